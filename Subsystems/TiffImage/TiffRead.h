@@ -1,0 +1,109 @@
+// CTiffReader: classic TIFF and BigTIFF container — header, directory chain, entries and their
+// values in machine byte order, with bounds checks and recorded status codes.
+#pragma once
+#include "TiffSource.h"
+#include "shr/ErrorRecord.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tiff {
+
+// Status codes recorded in the reader's error record.
+enum TiffStatus : int32_t {
+    kTiffOk = 0,
+    kTiffNoNameOrBuffer = -1,
+    kTiffCannotOpen = -2,
+    kTiffReadFailed = -3,
+    kTiffNoMemory = -4,
+    kTiffBadFormat = -5,
+    kTiffUnsupported = -6,
+    kTiffNotOpen = -7,
+    kTiffTooLarge = -9,
+    kTiffException = -99,
+};
+
+// TIFF 6.0 / BigTIFF field types.
+enum TiffType : uint16_t {
+    kTypeByte = 1, kTypeAscii = 2, kTypeShort = 3, kTypeLong = 4, kTypeRational = 5,
+    kTypeSByte = 6, kTypeUndefined = 7, kTypeSShort = 8, kTypeSLong = 9, kTypeSRational = 10,
+    kTypeFloat = 11, kTypeDouble = 12, kTypeIfd = 13, kTypeLong8 = 16, kTypeSLong8 = 17,
+    kTypeIfd8 = 18,
+};
+
+// Size in bytes of one value of a field type; 0 for unknown types.
+uint32_t TiffTypeSize(uint16_t type);
+
+struct TiffEntry {
+    bool bigTiff = false;
+    uint16_t tag = 0;
+    uint16_t type = 0;
+    uint64_t count = 0;        // 32-bit in classic files
+    unsigned char value[8]{};  // inline values (machine order) or the offset of the values
+    std::vector<unsigned char> values; // out-of-line values in machine order
+
+    uint64_t DataSize() const; // type size × count (saturating)
+    bool IsInline() const { return DataSize() <= (bigTiff ? 8u : 4u); }
+    uint64_t Offset() const;   // the value field read as an offset
+    // The values, wherever they live.
+    const unsigned char* Data() const { return IsInline() ? value : values.data(); }
+    // Value i converted to a number; 0 when out of range or not numeric.
+    double GetDouble(uint64_t i = 0) const;
+    uint64_t GetUInt(uint64_t i = 0) const;
+    // ASCII values as text, without the trailing NUL.
+    std::string GetAscii() const;
+};
+
+struct TiffDirectory {
+    uint64_t offset = 0; // file offset of the IFD
+    std::vector<TiffEntry> entries;
+
+    const TiffEntry* Find(uint16_t tag) const;
+    // First value of `tag` as an unsigned integer, or `fallback` when absent.
+    uint64_t GetUInt(uint16_t tag, uint64_t fallback) const;
+};
+
+class CTiffReader {
+public:
+    CTiffReader() = default;
+    ~CTiffReader();
+    CTiffReader(const CTiffReader&) = delete;
+    CTiffReader& operator=(const CTiffReader&) = delete;
+
+    bool Open(const std::wstring& filename);
+    // Opens from any seekable source; `name` is kept for messages.
+    bool Open(std::unique_ptr<TiffSource> source, const std::wstring& name);
+    void Close(); // closes the source, empties directories and the error record
+
+    bool IsOpen() const { return source_ != nullptr; }
+    const std::wstring& FileName() const { return fileName_; }
+    uint64_t FileLength() const { return uiFileLength; }
+    bool IsBigEndian() const { return bBigEndian; }
+    bool IsBigTiff() const { return bigTiff_; }
+    const std::vector<TiffDirectory>& Directories() const { return directories_; }
+
+    // Reads an entry's out-of-line values into dest (of DataSize bytes), swapped to machine order.
+    bool ReadEntryValues(const TiffEntry& entry, unsigned char* dest);
+    // Reads exactly `size` bytes at `offset`; records -3 (or -7 with no file) on failure.
+    bool ReadBytes(uint64_t offset, void* dest, size_t size, const wchar_t* sourceFile, int line);
+
+    const shr::ErrorRecord& Error() const { return error_; }
+    void SetError(const wchar_t* sourceFile, int line, int32_t code) {
+        error_.Set(sourceFile, line, code);
+    }
+
+private:
+    // ... implementation state (see TiffRead.cpp)
+    std::wstring fileName_;
+    std::unique_ptr<TiffSource> source_;
+    uint64_t uiFileLength = 0;
+    bool bBigEndian = false;
+    bool bigTiff_ = false;
+    shr::ErrorRecord error_;
+    std::vector<TiffDirectory> directories_;
+};
+
+} // namespace tiff

@@ -1,0 +1,25 @@
+// Where the TIFF reader gets its bytes: a file by default, or any seekable stream (the decode
+// engine hands it the plug-in's own stream).
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace tiff {
+
+class TiffSource {
+public:
+    virtual ~TiffSource() = default;
+    // Total length in bytes; false when it cannot be determined.
+    virtual bool Length(uint64_t& length) = 0;
+    // Moves to an absolute position; false when the position could not be reached.
+    virtual bool Seek(uint64_t position) = 0;
+    // Reads up to `size` bytes at the current position; returns the number read.
+    virtual size_t Read(void* dest, size_t size) = 0;
+};
+
+// A source over a C stream opened "rb" on a wide path; nullptr when the file cannot be opened.
+std::unique_ptr<TiffSource> OpenFileSource(const std::wstring& path);
+
+} // namespace tiff
