@@ -1,0 +1,215 @@
+// GeoKeyBundle stores, GeoKeyName and the decoding of a bundle into GeoTiffParams.
+#include "georef/GeoKeyBundle.h"
+#include "georef/GeoKeyNames.h"
+#include "georef/GeoTiffParams.h"
+#include "georef/GeoTiffTrace.h"
+
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <cstring>
+#include <string>
+#include <vector>
+
+using namespace georef;
+
+namespace {
+
+std::vector<uint32_t> Ids(const GeoKeyBundle &bundle) {
+    std::vector<uint32_t> ids;
+    for (uint32_t i = 0; i < bundle.GetEntryCount(); ++i)
+        ids.push_back(bundle.GetKeyId(i));
+    return ids;
+}
+
+TEST(GeoKeyName, TableHasFortySixNamedRows) {
+    int named = 0;
+    for (uint32_t id = 0; id < 70000; ++id)
+        named += GeoKeyName(id) != nullptr;
+    EXPECT_EQ(named, 46);
+}
+
+TEST(GeoKeyName, NamesAsListed) {
+    struct Case {
+        uint32_t id;
+        const char *name;
+    } cases[] = {{1024, "GTModelType"},     {1026, "GTCitation"},
+                 {2052, "GeogLinearUnits"}, {2062, "GeogToWGS84GeoKey"},
+                 {3072, "ProjectedCSType"}, {3095, "ProjStraightVertPoleLong"},
+                 {4096, "VerticalCSType"},  {4099, "VerticalUnits"}};
+    for (const Case &c : cases)
+        EXPECT_STREQ(GeoKeyName(c.id), c.name) << c.id;
+    for (uint32_t id : {0u, 1u, 1023u, 2063u, 3096u, 4100u, 0x10000u + 1024u})
+        EXPECT_EQ(GeoKeyName(id), nullptr) << id;
+}
+
+TEST(GeoKeyBundle, KeysStaySortedAfterTheHeader) {
+    GeoKeyBundle bundle;
+    EXPECT_EQ(bundle.AddShort(3072, 32632), 1u);
+    EXPECT_EQ(bundle.AddShort(1024, 1), 1u);
+    EXPECT_EQ(bundle.AddShort(2048, 4326), 2u);
+    EXPECT_EQ(Ids(bundle), (std::vector<uint32_t>{1, 1024, 2048, 3072}));
+    uint16_t header[4];
+    ASSERT_TRUE(bundle.GetEntry(0, header));
+    EXPECT_EQ((std::vector<uint16_t>(header, header + 4)), (std::vector<uint16_t>{1, 1, 2, 0}));
+}
+
+TEST(GeoKeyBundle, EqualIdsKeepTheirOrder) {
+    GeoKeyBundle bundle;
+    bundle.AddShort(3076, 9001);
+    bundle.AddShort(1024, 1);
+    EXPECT_EQ(bundle.AddShort(3076, 9002), 3u);
+    EXPECT_EQ(bundle.AddShort(0, 7), 1u); // never before the header
+    EXPECT_EQ(Ids(bundle), (std::vector<uint32_t>{1, 0, 1024, 3076, 3076}));
+    EXPECT_EQ(bundle.FindKey(3076), 3u);
+    EXPECT_EQ(bundle.GetShort(3), 9001);
+    EXPECT_EQ(bundle.GetShort(4), 9002);
+    EXPECT_EQ(bundle.FindKey(2048), GeoKeyBundle::kNotFound);
+}
+
+TEST(GeoKeyBundle, TextSeparatorNeedsMoreThanOneCharacter) {
+    GeoKeyBundle two;
+    uint32_t a = two.AddText(1026, "A|");
+    uint32_t b = two.AddText(2049, "B");
+    EXPECT_EQ(two.TextStore(), "A||B");
+    uint16_t words[4];
+    two.GetEntry(a, words);
+    EXPECT_EQ(words[3], 0);
+    EXPECT_EQ(words[1], kGeoAsciiParamsTag);
+    two.GetEntry(b, words);
+    EXPECT_EQ(words[3], 3);
+    EXPECT_EQ(words[2], 1);
+
+    GeoKeyBundle single;
+    a = single.AddText(1026, "A");
+    b = single.AddText(2049, "B");
+    EXPECT_EQ(single.TextStore(), "AB");
+    single.GetEntry(b, words);
+    EXPECT_EQ(words[3], 1);
+    EXPECT_EQ(single.GetTextString(a), "A");
+    EXPECT_EQ(single.GetTextString(b), "B");
+    EXPECT_EQ(std::string(single.GetText(a)), "AB"); // the store is not split at entries
+}
+
+TEST(GeoKeyBundle, AccessorsOfTheWrongKindOrIndex) {
+    GeoKeyBundle empty;
+    EXPECT_EQ(empty.GetKind(0), kGeoKeyNone);
+    EXPECT_EQ(empty.GetShort(0), 65535);
+    EXPECT_EQ(empty.GetDouble(0), DBL_MAX);
+    EXPECT_EQ(empty.GetKeyId(0), 0u);
+    EXPECT_EQ(empty.GetCount(0), 0u);
+
+    GeoKeyBundle bundle;
+    const double values[3] = {1.5, 2.5, 3.5};
+    bundle.AddShort(1024, 1);
+    bundle.AddDoubles(2062, 3, values);
+    bundle.AddText(1026, "x|"); // sorts before 2062 and moves it
+    const uint32_t s = bundle.FindKey(1024), d = bundle.FindKey(2062), t = bundle.FindKey(1026);
+    EXPECT_EQ(d, 3u);
+    EXPECT_EQ(bundle.GetKind(s), kGeoKeyShort);
+    EXPECT_EQ(bundle.GetKind(d), kGeoKeyDouble);
+    EXPECT_EQ(bundle.GetKind(t), kGeoKeyText);
+    EXPECT_EQ(bundle.GetKind(99), kGeoKeyNone);
+    EXPECT_EQ(bundle.GetDouble(s), 0.0);
+    EXPECT_EQ(bundle.GetShort(d), 65535);
+    EXPECT_EQ(bundle.GetShort(t), 65535);
+    EXPECT_EQ(bundle.GetDouble(d, 2), 3.5);
+    EXPECT_EQ(bundle.GetDouble(d, 3), 0.0);
+    EXPECT_EQ(bundle.GetDouble(d, -1), 0.0);
+    EXPECT_EQ(bundle.GetDouble(99, 0), DBL_MAX);
+    EXPECT_EQ(bundle.GetShort(99), 65535);
+    EXPECT_EQ(bundle.GetText(s), nullptr);
+    EXPECT_EQ(bundle.GetText(d), nullptr);
+}
+
+TEST(GeoKeyBundle, DoublesAppendWithOffsets) {
+    GeoKeyBundle bundle;
+    const uint32_t first = bundle.AddDouble(3082, 500000.0);
+    const double pair[2] = {1.0, 2.0};
+    const uint32_t second = bundle.AddDoubles(3078, 2, pair);
+    const uint32_t none = bundle.AddDoubles(3079, 0, pair);
+    uint16_t words[4];
+    bundle.GetEntry(second, words);
+    EXPECT_EQ((std::vector<uint16_t>(words, words + 4)),
+              (std::vector<uint16_t>{3078, kGeoDoubleParamsTag, 2, 1}));
+    EXPECT_EQ(bundle.Doubles().size(), 3u);
+    EXPECT_EQ(bundle.GetCount(none), 0u);
+    EXPECT_EQ(bundle.GetDouble(none), 0.0);
+    EXPECT_EQ(bundle.GetDouble(bundle.FindKey(3082)), 500000.0);
+    (void)first;
+    bundle.Clear();
+    EXPECT_EQ(bundle.GetEntryCount(), 0u);
+    EXPECT_TRUE(bundle.Doubles().empty());
+}
+
+TEST(GeoKeyBundle, StoresStopAtSixteenBitOffsets) {
+    GeoKeyBundle bundle;
+    std::vector<double> many(0xFFFF, 1.0);
+    EXPECT_NE(bundle.AddDoubles(3082, 0xFFFF, many.data()), GeoKeyBundle::kNotFound);
+    EXPECT_NE(bundle.AddDouble(3083, 2.0), GeoKeyBundle::kNotFound); // offset 65535 still fits
+    EXPECT_EQ(bundle.AddDouble(3084, 3.0), GeoKeyBundle::kNotFound);
+    EXPECT_EQ(bundle.GetDouble(bundle.FindKey(3083)), 2.0);
+    EXPECT_EQ(bundle.GetEntryCount(), 3u);
+}
+
+TEST(GeoTiffBundleToParams, FieldsByKind) {
+    GeoKeyBundle bundle;
+    bundle.AddShort(1024, 1);
+    bundle.AddShort(3072, 32767);
+    bundle.AddDouble(3082, 1640419.9475065616);
+    bundle.AddDouble(1025, 7.0); // a short field held as a double reads 65535
+    bundle.AddShort(3078, 45);   // a double field held in place reads 0.0
+    bundle.AddShort(2052, 9001); // GeogLinearUnits is decoded as a double
+    bundle.AddText(3073, "UTM|");
+    bundle.AddShort(4096, 5703); // vertical keys are not decoded
+    std::vector<std::string> trace;
+    SetGeoTiffTraceSink([&](const std::string &line) { trace.push_back(line); });
+    GeoTiffParams params;
+    params.GeogToWGS84 = {9.0};
+    EXPECT_TRUE(GeoTiffBundleToParams(bundle, params));
+    SetGeoTiffTraceSink({});
+    EXPECT_EQ(params.GTModelType, 1);
+    EXPECT_EQ(params.ProjectedCSType, 32767);
+    EXPECT_EQ(params.ProjFalseEasting, 1640419.9475065616);
+    EXPECT_EQ(params.GTRasterType, 65535);
+    EXPECT_EQ(params.ProjStdParallel, 0.0);
+    EXPECT_EQ(params.GeogLinearUnits, 0.0);
+    EXPECT_EQ(params.PCSCitation, "UTM|");
+    EXPECT_TRUE(params.GeogToWGS84.empty()); // the record is reset first
+    EXPECT_EQ(trace, (std::vector<std::string>{"Ignoring unsupported GeoKey 1\n",
+                                               "Ignoring unsupported GeoKey 4096\n"}));
+}
+
+TEST(GeoTiffBundleToParams, LaterDuplicateWinsAndToWGS84NeedsDoubles) {
+    GeoKeyBundle bundle;
+    const double seven[7] = {1, 2, 3, 4, 5, 6, 7};
+    bundle.AddDoubles(2062, 7, seven);
+    bundle.AddShort(2062, 3); // not a double entry: leaves the array as it is
+    bundle.AddShort(3076, 9001);
+    bundle.AddShort(3076, 9002);
+    bundle.AddShort(2049, 5); // a citation that is not text reads as empty
+    GeoTiffParams params;
+    GeoTiffBundleToParams(bundle, params);
+    EXPECT_EQ(params.GeogToWGS84, (std::vector<double>{1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(params.ProjLinearUnits, 9002);
+    EXPECT_EQ(params.GeogCitation, "");
+}
+
+TEST(GeoTiffParams, ListsEveryFieldOnce) {
+    GeoTiffParams params;
+    params.ProjOriginLat = 45.0;
+    params.GTCitation = "x";
+    std::vector<uint16_t> ids;
+    std::vector<std::string> nonZero;
+    ForEachGeoTiffParam(params, [&](const GeoTiffParamField &field) {
+        ids.push_back(field.keyId);
+        if (!field.IsZero())
+            nonZero.push_back(field.name);
+    });
+    EXPECT_EQ(ids.size(), 42u);
+    EXPECT_EQ(nonZero, (std::vector<std::string>{"ProjOriginLat", "GTCitation"}));
+    for (uint16_t id : ids)
+        EXPECT_NE(GeoKeyName(id), nullptr) << id;
+}
+
+} // namespace
