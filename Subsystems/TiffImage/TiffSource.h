@@ -1,10 +1,11 @@
-// Where the TIFF reader gets its bytes: a file by default, or any seekable stream (the decode
-// engine hands it the plug-in's own stream).
+// Where the TIFF reader gets its bytes: a file by default, a memory block for tests and
+// fuzzing, or any seekable stream (the decode engine hands it the plug-in's own stream).
 #pragma once
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace tiff {
 
@@ -12,14 +13,20 @@ class TiffSource {
 public:
     virtual ~TiffSource() = default;
     // Total length in bytes; false when it cannot be determined.
-    virtual bool Length(uint64_t& length) = 0;
-    // Moves to an absolute position; false when the position could not be reached.
+    virtual bool Length(uint64_t &length) = 0;
+    // Moves to an absolute position; false when that exact position could not be reached.
     virtual bool Seek(uint64_t position) = 0;
     // Reads up to `size` bytes at the current position; returns the number read.
-    virtual size_t Read(void* dest, size_t size) = 0;
+    virtual size_t Read(void *dest, size_t size) = 0;
 };
 
 // A source over a C stream opened "rb" on a wide path; nullptr when the file cannot be opened.
-std::unique_ptr<TiffSource> OpenFileSource(const std::wstring& path);
+std::unique_ptr<TiffSource> OpenFileSource(const std::wstring &path);
+
+// A source over bytes the caller keeps alive for the source's lifetime.
+std::unique_ptr<TiffSource> MakeMemorySource(const void *data, size_t size);
+
+// A source that owns its bytes.
+std::unique_ptr<TiffSource> MakeMemorySource(std::vector<unsigned char> bytes);
 
 } // namespace tiff
