@@ -26,6 +26,26 @@ int MinimumPointCount(WarpMethod method) {
 
 bool IsValidWarpMethod(int value) { return value == 0 || (value >= 2 && value <= 7); }
 
+const wchar_t *WarpMethodName(WarpMethod method) {
+    switch (method) {
+    case WarpMethod::None:
+        return L"empty";
+    case WarpMethod::Similarity:
+        return L"similarity";
+    case WarpMethod::Affine:
+        return L"affine";
+    case WarpMethod::Projective:
+        return L"projective";
+    case WarpMethod::Polynomial2:
+        return L"second-order polynomial";
+    case WarpMethod::Polynomial3:
+        return L"third-order polynomial";
+    case WarpMethod::Coefficients:
+        return L"affine coefficient";
+    }
+    return L"unknown";
+}
+
 void WarpDef::AddControlPoint(const shr::Vec2d &source, const shr::Vec2d &destination) {
     AddSourcePoint(source);
     AddDestinationPoint(destination);

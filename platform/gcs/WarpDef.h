@@ -26,6 +26,9 @@ int MinimumPointCount(WarpMethod method);
 // True for the values 0 and 2 to 7.
 bool IsValidWarpMethod(int value);
 
+// A short lower-case name for messages, such as "affine"; "unknown" for other values.
+const wchar_t *WarpMethodName(WarpMethod method);
+
 // Six affine coefficients: x = a*col + b*row + c, y = d*col + e*row + f.
 struct AffineCoefficients {
     double a = 1.0, b = 0.0, c = 0.0;

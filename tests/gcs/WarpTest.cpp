@@ -1,0 +1,418 @@
+// Tests of WarpDef and WarpTransformer: exact fits at the minimum point count, known
+// transforms, least squares, inverses and degenerate control points.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "gcs/WarpDef.h"
+#include "gcs/WarpTransformer.h"
+#include "shr/Strings.h"
+
+using gcs::WarpDef;
+using gcs::WarpMethod;
+using gcs::WarpTransformer;
+using shr::Vec2d;
+
+namespace {
+
+using Transform = std::function<Vec2d(const Vec2d &)>;
+
+constexpr double kPixelSize = 30.0; // map units per pixel of the transforms below
+constexpr double kMapTolerance = 1e-9 * kPixelSize;
+constexpr double kPixelTolerance = 1e-9;
+
+// Generic pixel positions in a 1000 x 800 image: no three collinear, no six on a conic,
+// no ten on a cubic.
+const std::vector<Vec2d> kPixels = {{12, 35},   {987, 20},  {30, 790},  {960, 770},
+                                    {480, 410}, {250, 600}, {700, 150}, {820, 500},
+                                    {150, 300}, {600, 700}, {333, 77},  {901, 288}};
+
+Vec2d Affine(const Vec2d &p) {
+    return {30.0 * p.x + 2.0 * p.y + 500000.0, 1.5 * p.x - 30.0 * p.y + 4000000.0};
+}
+
+Vec2d SimilarityPlain(const Vec2d &p) {
+    const double s = 30.0, c = std::cos(0.5), n = std::sin(0.5);
+    return {s * (c * p.x - n * p.y) + 500000.0, s * (n * p.x + c * p.y) + 4000000.0};
+}
+
+Vec2d SimilarityMirrored(const Vec2d &p) {
+    const double s = 30.0, c = std::cos(0.2), n = std::sin(0.2);
+    return {s * (c * p.x + n * p.y) + 500000.0, s * (n * p.x - c * p.y) + 4000000.0};
+}
+
+Vec2d Projective(const Vec2d &p) {
+    const double w = 1.0 + 2e-4 * p.x + 1e-4 * p.y;
+    return {(30.0 * p.x + 3.0 * p.y + 500000.0) / w, (2.0 * p.x - 30.0 * p.y + 4000000.0) / w};
+}
+
+Vec2d Quadratic(const Vec2d &p) {
+    const Vec2d a = Affine(p);
+    return {a.x + 0.004 * p.x * p.x - 0.003 * p.x * p.y,
+            a.y + 0.002 * p.y * p.y + 0.001 * p.x * p.y};
+}
+
+Vec2d Cubic(const Vec2d &p) {
+    const Vec2d q = Quadratic(p);
+    return {q.x + 2e-6 * p.x * p.x * p.y - 1e-6 * p.y * p.y * p.y,
+            q.y + 3e-6 * p.x * p.x * p.x + 1e-6 * p.x * p.y * p.y};
+}
+
+WarpDef MakeWarp(WarpMethod method, const std::vector<Vec2d> &pixels, const Transform &map) {
+    WarpDef warp;
+    warp.SetMethod(method);
+    for (const Vec2d &p : pixels) {
+        warp.AddSourcePoint(p);
+        warp.AddDestinationPoint(map(p));
+    }
+    return warp;
+}
+
+std::vector<Vec2d> FirstPixels(size_t count) {
+    return std::vector<Vec2d>(kPixels.begin(), kPixels.begin() + static_cast<long>(count));
+}
+
+double Distance(const Vec2d &a, const Vec2d &b) { return std::hypot(a.x - b.x, a.y - b.y); }
+
+// A grid inside the control points' hull, where fits are meant to be used.
+std::vector<Vec2d> InteriorGrid() {
+    std::vector<Vec2d> grid;
+    for (double y = 100.0; y <= 700.0; y += 75.0)
+        for (double x = 100.0; x <= 900.0; x += 87.5)
+            grid.emplace_back(x, y);
+    return grid;
+}
+
+struct MethodCase {
+    const char *name;
+    WarpMethod method;
+    size_t minimumPoints;
+    Transform truth; // a transform of the method's own family
+};
+
+const MethodCase kMethodCases[] = {
+    {"similarity plain", WarpMethod::Similarity, 2, SimilarityPlain},
+    {"similarity mirrored", WarpMethod::Similarity, 2, SimilarityMirrored},
+    {"affine", WarpMethod::Affine, 3, Affine},
+    {"projective", WarpMethod::Projective, 4, Projective},
+    {"second order", WarpMethod::Polynomial2, 6, Quadratic},
+    {"third order", WarpMethod::Polynomial3, 10, Cubic},
+};
+
+} // namespace
+
+TEST(WarpDef, DefaultIsEmptyAndPairsPoints) {
+    WarpDef warp;
+    EXPECT_EQ(warp.GetMethod(), WarpMethod::None);
+    EXPECT_FALSE(warp.IsDefined());
+    EXPECT_EQ(warp.GetPointCount(), 0u);
+    EXPECT_FALSE(warp.HasCoefficients());
+
+    warp.SetMethod(WarpMethod(3));
+    warp.AddSourcePoint({1, 2});
+    warp.AddDestinationPoint({10, 20});
+    warp.AddSourcePoint({3, 4});
+    EXPECT_EQ(warp.GetPointCount(), 1u); // the second pair is incomplete
+    warp.AddDestinationPoint({30, 40});
+    EXPECT_EQ(warp.GetPointCount(), 2u);
+    EXPECT_EQ(warp.GetSourcePoint(1), Vec2d(3, 4));
+    EXPECT_EQ(warp.GetDestinationPoint(1), Vec2d(30, 40));
+
+    warp.SetCoefficients(2, 0, 100, 0, -2, 200);
+    double a, b, c, d, e, f;
+    warp.GetCoefficients(a, b, c, d, e, f);
+    EXPECT_EQ((std::vector<double>{a, b, c, d, e, f}),
+              (std::vector<double>{2, 0, 100, 0, -2, 200}));
+
+    const WarpDef copy = warp;
+    EXPECT_EQ(copy, warp);
+    warp = WarpDef(); // how a warp is reset
+    EXPECT_NE(copy, warp);
+    EXPECT_EQ(warp, WarpDef());
+}
+
+TEST(WarpDef, MinimumPointCounts) {
+    EXPECT_EQ(gcs::MinimumPointCount(WarpMethod::Similarity), 2);
+    EXPECT_EQ(gcs::MinimumPointCount(WarpMethod::Affine), 3);
+    EXPECT_EQ(gcs::MinimumPointCount(WarpMethod::Projective), 4);
+    EXPECT_EQ(gcs::MinimumPointCount(WarpMethod::Polynomial2), 6);
+    EXPECT_EQ(gcs::MinimumPointCount(WarpMethod::Polynomial3), 10);
+    EXPECT_EQ(gcs::MinimumPointCount(WarpMethod::Coefficients), 0);
+    EXPECT_FALSE(gcs::IsValidWarpMethod(1));
+    EXPECT_FALSE(gcs::IsValidWarpMethod(8));
+}
+
+// At its minimum count every method interpolates: arbitrary destinations (the method's
+// transform plus a few pixels of disturbance) come back exactly.
+TEST(WarpTransformer, ReproducesControlPointsAtMinimumCount) {
+    for (const MethodCase &test : kMethodCases) {
+        SCOPED_TRACE(test.name);
+        const std::vector<Vec2d> pixels = FirstPixels(test.minimumPoints);
+        WarpDef warp = MakeWarp(test.method, pixels, test.truth);
+        WarpDef disturbed;
+        disturbed.SetMethod(test.method);
+        for (size_t i = 0; i < pixels.size(); ++i) {
+            const Vec2d map = warp.GetDestinationPoint(i);
+            const double shift = test.minimumPoints > 2 ? 40.0 * std::sin(7.0 * i) : 0.0;
+            disturbed.AddControlPoint(pixels[i], {map.x + shift, map.y - 0.5 * shift});
+        }
+        const WarpTransformer transformer(&disturbed);
+        ASSERT_TRUE(transformer.IsValid()) << shr::WtoA(transformer.GetErrorText());
+        for (size_t i = 0; i < pixels.size(); ++i) {
+            Vec2d p = pixels[i];
+            ASSERT_TRUE(transformer.TransformForward(p));
+            EXPECT_LT(Distance(p, disturbed.GetDestinationPoint(i)), kMapTolerance) << i;
+        }
+        EXPECT_LT(transformer.GetResidual(), kMapTolerance);
+    }
+}
+
+// With more points than needed, points from the method's own family are still fitted
+// exactly, and the fit agrees with the transform away from the control points.
+TEST(WarpTransformer, FitsKnownTransforms) {
+    for (const MethodCase &test : kMethodCases) {
+        SCOPED_TRACE(test.name);
+        const WarpTransformer transformer(MakeWarp(test.method, kPixels, test.truth));
+        ASSERT_TRUE(transformer.IsValid()) << shr::WtoA(transformer.GetErrorText());
+        EXPECT_EQ(transformer.GetMethod(), test.method);
+        for (const Vec2d &pixel : InteriorGrid()) {
+            Vec2d p = pixel;
+            ASSERT_TRUE(transformer.TransformForward(p));
+            EXPECT_LT(Distance(p, test.truth(pixel)), 1e-6 * kPixelSize);
+        }
+    }
+}
+
+TEST(WarpTransformer, InverseOfForwardIsIdentity) {
+    for (const MethodCase &test : kMethodCases) {
+        SCOPED_TRACE(test.name);
+        const WarpTransformer transformer(MakeWarp(test.method, kPixels, test.truth));
+        ASSERT_TRUE(transformer.IsValid()) << shr::WtoA(transformer.GetErrorText());
+        std::vector<Vec2d> points = InteriorGrid();
+        const std::vector<Vec2d> original = points;
+        ASSERT_TRUE(transformer.TransformForward(points.data(), points.size()));
+        ASSERT_TRUE(transformer.TransformInverse(points.data(), points.size()))
+            << shr::WtoA(transformer.GetErrorText());
+        for (size_t i = 0; i < points.size(); ++i)
+            EXPECT_LT(Distance(points[i], original[i]), kPixelTolerance) << i;
+    }
+}
+
+// The four-corner warp of an imported image: method 3 over four points, north up.
+TEST(WarpTransformer, FourCornerAffine) {
+    const double w = 500, h = 250;
+    auto north = [](const Vec2d &p) {
+        return Vec2d(440720.0 + 60.0 * p.x, 3751320.0 - 60.0 * p.y);
+    };
+    WarpDef warp = MakeWarp(WarpMethod::Affine, {{0, 0}, {w, h}, {0, h}, {w, 0}}, north);
+    const WarpTransformer transformer(&warp, false, 0, false);
+    ASSERT_TRUE(transformer.IsValid());
+    Vec2d centre(w / 2, h / 2);
+    ASSERT_TRUE(transformer.TransformForward(centre));
+    EXPECT_NEAR(centre.x, 440720.0 + 60.0 * w / 2, kMapTolerance);
+    EXPECT_NEAR(centre.y, 3751320.0 - 60.0 * h / 2, kMapTolerance);
+}
+
+// Least squares: an affine fit over four points of which one is off by d in x equals the
+// closed-form solution, which spreads the error as -d/4, +d/4, +d/4, -d/4 over a rectangle.
+TEST(WarpTransformer, AffineLeastSquaresSpreadsError) {
+    const double d = 8.0;
+    const std::vector<Vec2d> pixels = {{0, 0}, {100, 0}, {100, 100}, {0, 100}};
+    WarpDef warp = MakeWarp(WarpMethod::Affine, pixels, Affine);
+    WarpDef moved;
+    moved.SetMethod(WarpMethod::Affine);
+    for (size_t i = 0; i < pixels.size(); ++i) {
+        Vec2d map = warp.GetDestinationPoint(i);
+        if (i == 2)
+            map.x += d;
+        moved.AddControlPoint(pixels[i], map);
+    }
+    const WarpTransformer transformer(&moved);
+    ASSERT_TRUE(transformer.IsValid());
+    const double expectedShift[] = {-d / 4, d / 4, 3 * d / 4, d / 4};
+    for (size_t i = 0; i < pixels.size(); ++i) {
+        Vec2d p = pixels[i];
+        ASSERT_TRUE(transformer.TransformForward(p));
+        EXPECT_NEAR(p.x - Affine(pixels[i]).x, expectedShift[i], 1e-9) << i;
+        EXPECT_NEAR(p.y - Affine(pixels[i]).y, 0.0, 1e-9) << i;
+    }
+    EXPECT_NEAR(transformer.GetResidual(), d / 4, 1e-9); // sqrt(4 * (d/4)^2 / 4)
+}
+
+// Two points fit both similarity forms; raster rows run down while map y runs up, so the
+// mirrored one is chosen. Three points of a plain rotation pick the plain one.
+TEST(WarpTransformer, SimilarityChoosesOrientation) {
+    WarpDef two;
+    two.SetMethod(WarpMethod::Similarity);
+    two.AddControlPoint({0, 0}, {100, 200});
+    two.AddControlPoint({10, 0}, {130, 200});
+    const WarpTransformer mirrored(&two);
+    Vec2d below(0, 10);
+    ASSERT_TRUE(mirrored.TransformForward(below));
+    EXPECT_NEAR(below.x, 100.0, 1e-9);
+    EXPECT_NEAR(below.y, 170.0, 1e-9);
+
+    const WarpTransformer plain(MakeWarp(WarpMethod::Similarity, FirstPixels(3), SimilarityPlain));
+    Vec2d p(500, 500);
+    ASSERT_TRUE(plain.TransformForward(p));
+    EXPECT_LT(Distance(p, SimilarityPlain({500, 500})), kMapTolerance);
+}
+
+TEST(WarpTransformer, ExplicitCoefficients) {
+    WarpDef warp;
+    warp.SetMethod(WarpMethod::Coefficients);
+    warp.SetCoefficients(30, 0.5, 500000, -0.25, -30, 4000000);
+    warp.AddControlPoint({0, 0}, {1, 1}); // control points are ignored by this method
+    const WarpTransformer forward(&warp);
+    ASSERT_TRUE(forward.IsValid()) << shr::WtoA(forward.GetErrorText());
+    Vec2d p(10, 20);
+    ASSERT_TRUE(forward.TransformForward(p));
+    EXPECT_DOUBLE_EQ(p.x, 30 * 10 + 0.5 * 20 + 500000);
+    EXPECT_DOUBLE_EQ(p.y, -0.25 * 10 - 30 * 20 + 4000000);
+
+    const WarpTransformer reverse(&warp, true);
+    Vec2d back = p;
+    ASSERT_TRUE(reverse.TransformForward(back));
+    EXPECT_LT(Distance(back, {10, 20}), kPixelTolerance);
+    ASSERT_TRUE(forward.TransformInverse(p));
+    EXPECT_LT(Distance(p, {10, 20}), kPixelTolerance);
+}
+
+// Reversing swaps the directions; forcing a method refits the same points with it.
+TEST(WarpTransformer, ReverseAndForcedMethod) {
+    // The inverse of a projective warp is projective, so the reversed fit is exact.
+    const WarpTransformer reverse(MakeWarp(WarpMethod::Projective, kPixels, Projective), true);
+    ASSERT_TRUE(reverse.IsValid());
+    Vec2d map(Projective({400, 300}));
+    ASSERT_TRUE(reverse.TransformForward(map));
+    EXPECT_LT(Distance(map, {400, 300}), kPixelTolerance);
+
+    const WarpDef warp = MakeWarp(WarpMethod::Polynomial2, kPixels, Quadratic);
+    const WarpTransformer affine(&warp, false, static_cast<int>(WarpMethod::Affine));
+    ASSERT_TRUE(affine.IsValid());
+    EXPECT_EQ(affine.GetMethod(), WarpMethod::Affine);
+    EXPECT_GT(affine.GetResidual(), 100.0); // the quadratic terms reach hundreds of metres
+}
+
+// A projective warp sends one line of the pixel plane to infinity; points on it fail.
+TEST(WarpTransformer, ProjectiveHorizonFails) {
+    const WarpTransformer transformer(MakeWarp(WarpMethod::Projective, kPixels, Projective));
+    ASSERT_TRUE(transformer.IsValid());
+    Vec2d horizon(-5000.0, 0.0); // 1 + 2e-4 * x = 0
+    EXPECT_FALSE(transformer.TransformForward(horizon));
+    EXPECT_EQ(horizon, Vec2d(-5000.0, 0.0));
+    EXPECT_FALSE(transformer.GetErrorText().empty());
+}
+
+namespace {
+
+struct BadWarpCase {
+    const char *name;
+    WarpDef warp;
+    const wchar_t *expectedWords; // part of the error text
+    int method = 0;
+};
+
+WarpDef WithPoints(WarpMethod method, const std::vector<Vec2d> &pixels, const Transform &map) {
+    return MakeWarp(method, pixels, map);
+}
+
+std::vector<BadWarpCase> BadWarps() {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    std::vector<BadWarpCase> cases;
+    cases.push_back({"no method", WithPoints(WarpMethod::None, kPixels, Affine), L"no method"});
+    cases.push_back({"unknown method", WithPoints(WarpMethod::Affine, kPixels, Affine),
+                     L"Unknown warp method 9", 9});
+    const MethodCase *last = std::end(kMethodCases);
+    for (const MethodCase *m = std::begin(kMethodCases); m != last; ++m)
+        cases.push_back({m->name,
+                         WithPoints(m->method, FirstPixels(m->minimumPoints - 1), m->truth),
+                         L"needs at least"});
+    WarpDef unpaired = WithPoints(WarpMethod::Affine, FirstPixels(4), Affine);
+    unpaired.AddSourcePoint({1, 1});
+    cases.push_back({"unpaired", unpaired, L"pair up"});
+    cases.push_back({"repeated", WithPoints(WarpMethod::Affine, {{0, 0}, {10, 0}, {0, 0}}, Affine),
+                     L"points 1 and 3"});
+    cases.push_back({"repeated over many",
+                     WithPoints(WarpMethod::Polynomial3,
+                                {{5, 5},
+                                 {1, 2},
+                                 {3, 4},
+                                 {6, 1},
+                                 {9, 9},
+                                 {2, 8},
+                                 {8, 2},
+                                 {7, 3},
+                                 {4, 6},
+                                 {0, 9},
+                                 {1, 2}},
+                                Cubic),
+                     L"points 2 and 11"});
+    cases.push_back({"collinear three",
+                     WithPoints(WarpMethod::Affine, {{0, 0}, {10, 10}, {25, 25}}, Affine),
+                     L"collinear"});
+    cases.push_back(
+        {"collinear five",
+         WithPoints(WarpMethod::Affine, {{0, 0}, {1, 2}, {2, 4}, {3, 6}, {-4, -8}}, Affine),
+         L"collinear"});
+    cases.push_back(
+        {"projective three collinear",
+         WithPoints(WarpMethod::Projective, {{0, 0}, {50, 0}, {100, 0}, {0, 100}}, Affine),
+         L"projective"});
+    std::vector<Vec2d> circle, cubicCurve;
+    for (int i = 0; i < 10; ++i) {
+        circle.emplace_back(100 * std::cos(0.6 * i), 100 * std::sin(0.6 * i));
+        cubicCurve.emplace_back(10.0 * i, 1.0 * i * i * i - 3.0 * i);
+    }
+    circle.resize(6);
+    cases.push_back(
+        {"six on a conic", WithPoints(WarpMethod::Polynomial2, circle, Affine), L"common curve"});
+    cases.push_back({"ten on a cubic", WithPoints(WarpMethod::Polynomial3, cubicCurve, Affine),
+                     L"common curve"});
+    WarpDef withNan = WithPoints(WarpMethod::Affine, FirstPixels(3), Affine);
+    withNan.AddControlPoint({1, nan}, {2, 3});
+    cases.push_back({"nan source", withNan, L"source point 4"});
+    cases.push_back(
+        {"collapsed destination",
+         WithPoints(WarpMethod::Affine, FirstPixels(5), [](const Vec2d &) { return Vec2d(7, 7); }),
+         L"cannot be inverted"});
+    cases.push_back({"destination on a line",
+                     WithPoints(WarpMethod::Similarity, FirstPixels(2),
+                                [](const Vec2d &) { return Vec2d(7, 7); }),
+                     L"cannot be inverted"});
+    WarpDef noCoefficients;
+    noCoefficients.SetMethod(WarpMethod::Coefficients);
+    cases.push_back({"no coefficients", noCoefficients, L"has none"});
+    WarpDef singular;
+    singular.SetMethod(WarpMethod::Coefficients);
+    singular.SetCoefficients(2, 4, 0, 1, 2, 0);
+    cases.push_back({"singular coefficients", singular, L"cannot be inverted"});
+    WarpDef infinite;
+    infinite.SetMethod(WarpMethod::Coefficients);
+    infinite.SetCoefficients(2, 0, std::numeric_limits<double>::infinity(), 0, 2, 0);
+    cases.push_back({"infinite coefficients", infinite, L"cannot be inverted"});
+    return cases;
+}
+
+} // namespace
+
+TEST(WarpTransformer, DegenerateWarpsAreReported) {
+    for (const BadWarpCase &test : BadWarps()) {
+        SCOPED_TRACE(test.name);
+        const WarpTransformer transformer(&test.warp, false, test.method);
+        EXPECT_FALSE(transformer.IsValid());
+        const std::wstring &error = transformer.GetErrorText();
+        EXPECT_NE(error.find(test.expectedWords), std::wstring::npos) << shr::WtoA(error);
+        Vec2d p(3, 4);
+        EXPECT_FALSE(transformer.TransformForward(p));
+        EXPECT_FALSE(transformer.TransformInverse(p));
+        EXPECT_EQ(p, Vec2d(3, 4));
+        EXPECT_THROW(WarpTransformer(&test.warp, false, test.method, true), std::invalid_argument);
+    }
+    EXPECT_FALSE(WarpTransformer(nullptr).IsValid());
+}
