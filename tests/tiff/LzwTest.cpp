@@ -1,0 +1,253 @@
+// LZW decoder: round trips in both bit orders, code widths and clears, warnings, pending strings
+// across calls and corrupt streams.
+#include "LzwTestCodec.h"
+#include "Subsystems/TiffImage/TiffLzw.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+
+namespace {
+
+using tiff::test::kClear;
+using tiff::test::kEoi;
+using tiff::test::LzwCodeWriter;
+using tiff::test::LzwEncode;
+using tiff::test::LzwEncodeOptions;
+using Bytes = std::vector<uint8_t>;
+
+const std::string kOldStyleWarning = "TIFFWarning():  Old-style LZW codes, convert file\n";
+const std::string kNoEoiWarning = "TIFFWarning():  LZWDecode: Strip not terminated with EOI code\n";
+
+Bytes RandomBytes(size_t n, uint32_t seed, int alphabet = 256) {
+    std::mt19937 rng(seed);
+    Bytes v(n);
+    for (auto &b : v)
+        b = static_cast<uint8_t>(rng() % alphabet);
+    return v;
+}
+
+// Smooth rows with a little noise, like imagery.
+Bytes ImageLike(size_t n, uint32_t seed) {
+    std::mt19937 rng(seed);
+    Bytes v(n);
+    for (size_t i = 0; i < n; ++i)
+        v[i] = static_cast<uint8_t>((i % 701) / 5 + (i / 9000) * 3 + rng() % 3);
+    return v;
+}
+
+struct Decoded {
+    int32_t status;
+    Bytes bytes;
+    std::string printed;
+};
+
+Decoded DecodeStrip(const Bytes &in, size_t outSize) {
+    Decoded d{0, Bytes(outSize, 0xCD), {}};
+    testing::internal::CaptureStdout();
+    d.status = tiff::LZWDecodeStrip(d.bytes.data(), in.data(), static_cast<uint32_t>(outSize),
+                                    static_cast<uint32_t>(in.size()));
+    d.printed = testing::internal::GetCapturedStdout();
+    return d;
+}
+
+// Decodes through the hooks, `chunk` bytes per decode call.
+Decoded DecodeInChunks(const Bytes &in, size_t outSize, size_t chunk) {
+    Decoded d{0, Bytes(outSize, 0xCD), {}};
+    tiff::LzwState state;
+    testing::internal::CaptureStdout();
+    d.status = tiff::LZWSetupDecode(state);
+    if (d.status == 0)
+        d.status = tiff::LZWPreDecode(state, in);
+    for (size_t pos = 0; d.status == 0 && pos < outSize; pos += chunk) {
+        const size_t n = std::min(chunk, outSize - pos);
+        d.status = tiff::LZWDecode(state, std::span<uint8_t>(d.bytes.data() + pos, n));
+    }
+    tiff::LZWCleanup(state);
+    d.printed = testing::internal::GetCapturedStdout();
+    return d;
+}
+
+TEST(Lzw, RoundTripsInBothBitOrders) {
+    const struct {
+        const char *name;
+        Bytes data;
+    } inputs[] = {
+        {"one byte", Bytes{42}},
+        {"two bytes", Bytes{7, 7}},
+        {"run", Bytes(100000, 0x55)},
+        {"random", RandomBytes(150000, 1)},
+        {"few symbols", RandomBytes(200000, 2, 3)},
+        {"image-like", ImageLike(300000, 3)},
+    };
+    for (bool oldStyle : {false, true}) {
+        for (const auto &input : inputs) {
+            SCOPED_TRACE(std::string(input.name) + (oldStyle ? " old-style" : " new-style"));
+            const Bytes coded = LzwEncode(input.data, {.oldStyle = oldStyle});
+            const Decoded d = DecodeStrip(coded, input.data.size());
+            EXPECT_EQ(d.status, 0);
+            EXPECT_TRUE(d.bytes == input.data);
+            EXPECT_EQ(d.printed, oldStyle ? kOldStyleWarning : "");
+        }
+    }
+}
+
+TEST(Lzw, ResumesCutStringsAcrossCalls) {
+    const Bytes inputs[] = {Bytes(5000, 9), ImageLike(60000, 4), RandomBytes(30000, 5, 4)};
+    for (bool oldStyle : {false, true}) {
+        for (const Bytes &data : inputs) {
+            const Bytes coded = LzwEncode(data, {.oldStyle = oldStyle});
+            for (size_t chunk : {1, 2, 3, 7, 64, 1000, 4093}) {
+                SCOPED_TRACE("chunk " + std::to_string(chunk));
+                const Decoded d = DecodeInChunks(coded, data.size(), chunk);
+                EXPECT_EQ(d.status, 0);
+                EXPECT_TRUE(d.bytes == data);
+            }
+        }
+    }
+}
+
+TEST(Lzw, ExplicitCodeStreams) {
+    const auto codes = [](std::initializer_list<uint32_t> list, bool oldStyle = false) {
+        return LzwCodeWriter(oldStyle).Put(list).Finish();
+    };
+    const struct {
+        const char *name;
+        Bytes stream;
+        size_t outSize;
+        int32_t status;
+        Bytes expected; // checked when status is 0
+        std::string printed;
+    } cases[] = {
+        {"clear then EOI ends the strip", codes({kClear, 'a', 'b', kClear, kEoi}), 2, 0,
+         Bytes{'a', 'b'}, ""},
+        {"EOI before the output is full", codes({kClear, 'a', 'b', kClear, kEoi}), 3, -1, {}, ""},
+        {"code defined by its own use", codes({kClear, 'x', 258, 259, kEoi}), 6, 0,
+         Bytes{'x', 'x', 'x', 'x', 'x', 'x'}, ""},
+        {"strip without EOI that fills the output", codes({kClear, 'a', 'b', 258}), 4, 0,
+         Bytes{'a', 'b', 'a', 'b'}, kNoEoiWarning},
+        {"data runs out", codes({kClear, 'a', 'b'}), 3, -1, {}, kNoEoiWarning},
+        {"no clear code first", codes({'a', 'b', kEoi}), 2, -1, {}, ""},
+        {"code past the next free entry", codes({kClear, 'a', 'b', 261, kEoi}), 4, -1, {}, ""},
+        {"second clear right after a clear writes a zero byte", codes({kClear, kClear, 'A', kEoi}),
+         2, 0, Bytes{0, 'A'}, ""},
+        {"empty input", Bytes{}, 1, -1, {}, kNoEoiWarning},
+        {"old-style codes", codes({kClear, 'o', 'l', 'd', 258, kEoi}, true), 5, 0,
+         Bytes{'o', 'l', 'd', 'o', 'l'}, kOldStyleWarning},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        for (size_t chunk : {c.outSize, size_t{1}}) {
+            const Decoded d = chunk == c.outSize ? DecodeStrip(c.stream, c.outSize)
+                                                 : DecodeInChunks(c.stream, c.outSize, chunk);
+            EXPECT_EQ(d.status, c.status);
+            if (c.status == 0) {
+                EXPECT_TRUE(d.bytes == c.expected);
+            }
+            // Byte by byte, a call that reaches the end of the data warns on its own.
+            if (chunk == c.outSize || c.printed.empty())
+                EXPECT_EQ(d.printed, c.printed);
+            else
+                EXPECT_EQ(d.printed.substr(0, c.printed.size()), c.printed);
+        }
+    }
+}
+
+// Literal codes after one clear: each defines an entry, so the width climbs to 12 and stays
+// there while the table fills past 4095 entries.
+TEST(Lzw, WidthStaysAtTwelveUntilClear) {
+    for (bool oldStyle : {false, true}) {
+        SCOPED_TRACE(oldStyle ? "old-style" : "new-style");
+        LzwCodeWriter writer(oldStyle);
+        writer.Put(kClear);
+        Bytes expected;
+        std::vector<uint32_t> widths;
+        for (uint32_t i = 0; i < 4800; ++i) {
+            writer.Put(i % 251);
+            expected.push_back(static_cast<uint8_t>(i % 251));
+            widths.push_back(writer.Width());
+        }
+        EXPECT_EQ(widths[251], 9u);
+        EXPECT_EQ(widths[4799], 12u);
+        // After a clear the codes are 9 bits wide again.
+        writer.Put({kClear, 'z', 'y', 258 + 0, kEoi});
+        for (uint8_t b : {'z', 'y', 'z', 'y'})
+            expected.push_back(b);
+        const Bytes stream = writer.Finish();
+
+        tiff::LzwState state;
+        testing::internal::CaptureStdout();
+        ASSERT_EQ(tiff::LZWPreDecode(state, stream), 0);
+        Bytes out(expected.size());
+        EXPECT_EQ(tiff::LZWDecode(state, std::span<uint8_t>(out.data(), 4800)), 0);
+        EXPECT_EQ(state.width, 12u);
+        EXPECT_EQ(state.nextFree, 258u + 4799u);
+        EXPECT_EQ(tiff::LZWDecode(state, std::span<uint8_t>(out.data() + 4800, 4)), 0);
+        EXPECT_EQ(state.width, 9u);
+        testing::internal::GetCapturedStdout();
+        EXPECT_TRUE(out == expected);
+    }
+}
+
+TEST(Lzw, TableOverflowWithoutClearFails) {
+    // 5119 entries: the 4862nd entry after the first code does not fit.
+    for (uint32_t literals : {4861u + 1, 4862u + 1}) {
+        LzwCodeWriter writer(false);
+        writer.Put(kClear);
+        for (uint32_t i = 0; i < literals; ++i)
+            writer.Put(i & 0xFF);
+        writer.Put(kEoi);
+        const Decoded d = DecodeStrip(writer.Finish(), literals);
+        EXPECT_EQ(d.status, literals == 4862 ? 0 : -1) << literals;
+    }
+    // The same through the encoder: a long stream that never clears.
+    const Bytes data = RandomBytes(40000, 6);
+    const Decoded d = DecodeStrip(LzwEncode(data, {.clearAt = 0}), data.size());
+    EXPECT_EQ(d.status, -1);
+}
+
+TEST(Lzw, OldStyleWarningOncePerState) {
+    const Bytes data = ImageLike(2000, 7);
+    const Bytes coded = LzwEncode(data, {.oldStyle = true});
+    // A fresh state per strip warns for each strip.
+    std::string printed;
+    for (int strip = 0; strip < 2; ++strip)
+        printed += DecodeStrip(coded, data.size()).printed;
+    EXPECT_EQ(printed, kOldStyleWarning + kOldStyleWarning);
+
+    // One state decoding two strips warns once, and a new-style strip in between is decoded
+    // new-style.
+    const Bytes newCoded = LzwEncode(data);
+    tiff::LzwState state;
+    state.module = "LZWPreDecode";
+    testing::internal::CaptureStdout();
+    Bytes out(data.size());
+    for (const Bytes *strip : {&coded, &newCoded, &coded}) {
+        ASSERT_EQ(tiff::LZWPreDecode(state, *strip), 0);
+        EXPECT_EQ(tiff::LZWDecode(state, out), 0);
+        EXPECT_TRUE(out == data);
+    }
+    tiff::LZWCleanup(state);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "TIFFWarning(LZWPreDecode):  Old-style LZW codes, convert file\n");
+}
+
+TEST(Lzw, MisuseAndFailuresAreSticky) {
+    tiff::LzwState state;
+    Bytes out(4);
+    EXPECT_EQ(tiff::LZWDecode(state, out), -1); // no pre-decode
+    const Bytes bad = LzwCodeWriter(false).Put({kClear, 'a', 300}).Finish();
+    ASSERT_EQ(tiff::LZWPreDecode(state, bad), 0);
+    EXPECT_EQ(tiff::LZWDecode(state, out), -1);
+    EXPECT_EQ(tiff::LZWDecode(state, out), -1);
+    // A new strip starts over.
+    const Bytes good = LzwEncode(Bytes{1, 2, 3, 4});
+    ASSERT_EQ(tiff::LZWPreDecode(state, good), 0);
+    EXPECT_EQ(tiff::LZWDecode(state, out), 0);
+    EXPECT_TRUE(out == (Bytes{1, 2, 3, 4}));
+    EXPECT_EQ(tiff::LZWDecodeStrip(nullptr, good.data(), 4, 4), -1);
+}
+
+} // namespace
