@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "gcs/GCSDef.h"
+#include "gcs/ProjectionMethod.h"
 
 namespace georef {
 

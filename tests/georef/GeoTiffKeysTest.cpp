@@ -1,0 +1,226 @@
+// GeoTiffExtractKeys on built files: directory checks, stores, bounds and failures.
+#include "georef/GeoTiffKeys.h"
+#include "GeoTiffTestFiles.h"
+#include "georef/GeoKeyBundle.h"
+#include "georef/GeoTiffStatus.h"
+
+#include <gtest/gtest.h>
+
+using namespace georef;
+using georeftest::GeoKeyEntry;
+using georeftest::GeoTiffBuilder;
+
+namespace {
+
+struct Extracted {
+    bool ok = false;
+    GeoKeyBundle bundle;
+    shr::ErrorRecord error;
+};
+
+// The bundle starts with one marker key so that "left untouched" can be seen.
+Extracted Extract(const GeoTiffBuilder &builder, int image = 1) {
+    Extracted result;
+    result.bundle.AddShort(4096, 1234);
+    tiff::TiffImageRead file;
+    EXPECT_TRUE(georeftest::OpenBuilt(file, builder));
+    result.ok = GeoTiffExtractKeys(file, image, result.bundle, &result.error);
+    return result;
+}
+
+std::vector<std::vector<uint16_t>> Entries(const GeoKeyBundle &bundle) {
+    std::vector<std::vector<uint16_t>> entries;
+    for (uint32_t i = 1; i < bundle.GetEntryCount(); ++i) {
+        uint16_t w[4];
+        bundle.GetEntry(i, w);
+        entries.push_back({w[0], w[1], w[2], w[3]});
+    }
+    return entries;
+}
+
+const std::vector<std::vector<uint16_t>> kMarkerOnly = {{4096, 0, 1, 1234}};
+
+TEST(GeoTiffExtractKeys, UnusableDirectoryLeavesTheBundle) {
+    struct Case {
+        const char *what;
+        std::vector<uint16_t> words;
+        uint16_t type;
+        bool present;
+    } cases[] = {
+        {"absent", {}, 3, false},
+        {"LONG instead of SHORT", {1, 1, 0, 1, 1024, 0, 1, 1}, 4, true},
+        {"three words", {1, 1, 0}, 3, true},
+    };
+    for (const Case &c : cases) {
+        GeoTiffBuilder builder;
+        if (c.present)
+            builder.Shorts(34735, c.words, c.type);
+        const Extracted r = Extract(builder);
+        EXPECT_TRUE(r.ok) << c.what;
+        EXPECT_EQ(Entries(r.bundle), kMarkerOnly) << c.what;
+    }
+}
+
+TEST(GeoTiffExtractKeys, HeaderOnlyClearsTheBundle) {
+    GeoTiffBuilder builder;
+    builder.Keys({});
+    const Extracted r = Extract(builder);
+    EXPECT_TRUE(r.ok);
+    EXPECT_EQ(r.bundle.GetEntryCount(), 0u);
+}
+
+TEST(GeoTiffExtractKeys, ShortsDoublesAndTextsInFileOrder) {
+    GeoTiffBuilder builder;
+    builder.Keys({{3082, 34736, 1, 1},
+                  {1024, 0, 2, 1}, // in place: the count is ignored
+                  {1026, 34737, 6, 0},
+                  {2062, 34736, 3, 2},
+                  {3073, 34737, 4, 6}});
+    builder.Doubles(34736, {7.0, 500000.0, 1.0, 2.0, 3.0});
+    builder.Text(34737, "WGS84|UTM|");
+    const Extracted r = Extract(builder);
+    ASSERT_TRUE(r.ok);
+    EXPECT_EQ(Entries(r.bundle), (std::vector<std::vector<uint16_t>>{{1024, 0, 1, 1},
+                                                                     {1026, 34737, 6, 0},
+                                                                     {2062, 34736, 3, 1},
+                                                                     {3073, 34737, 4, 7},
+                                                                     {3082, 34736, 1, 0}}));
+    EXPECT_EQ(r.bundle.TextStore(), "WGS84||UTM|");
+    EXPECT_EQ(r.bundle.Doubles(), (std::vector<double>{500000.0, 1.0, 2.0, 3.0}));
+}
+
+TEST(GeoTiffExtractKeys, ReferencesAtAndPastTheEndOfTheirTag) {
+    struct Case {
+        const char *what;
+        GeoKeyEntry key;
+        bool ok;
+    } cases[] = {
+        {"text ending at the tag's end", {1026, 34737, 3, 2}, true}, // "CD|"
+        {"text one past", {1026, 34737, 4, 2}, false},
+        {"doubles ending at the tag's end", {3082, 34736, 2, 1}, true},
+        {"doubles one past", {3082, 34736, 3, 1}, false},
+        {"offset past the end", {3082, 34736, 1, 3}, false},
+    };
+    for (const Case &c : cases) {
+        GeoTiffBuilder builder;
+        builder.Keys({{1024, 0, 1, 1}, c.key, {3076, 0, 1, 9001}});
+        builder.Doubles(34736, {1.0, 2.0, 3.0});
+        builder.Text(34737, "ABCD|", 2, false);
+        const Extracted r = Extract(builder);
+        EXPECT_EQ(r.ok, c.ok) << c.what;
+        if (c.ok) {
+            EXPECT_EQ(r.bundle.GetEntryCount(), 4u) << c.what;
+        } else {
+            // The keys before the failing one stay; the ones after it are never read.
+            EXPECT_EQ(Entries(r.bundle), (std::vector<std::vector<uint16_t>>{{1024, 0, 1, 1}}))
+                << c.what;
+            EXPECT_EQ(r.error.code, kGeoTiffKeyPastTag) << c.what;
+            EXPECT_EQ(r.error.file, L"georef/GeoTiffKeys") << c.what;
+        }
+    }
+}
+
+TEST(GeoTiffExtractKeys, UnusableStoresDropTheirKeys) {
+    struct Case {
+        const char *what;
+        bool floatDoubles;
+        bool shortText;
+        bool byteText;
+        size_t entries;
+    } cases[] = {
+        {"FLOAT double store", true, false, false, 2},
+        {"SHORT text store", false, true, false, 2},
+        {"BYTE text store is used", false, false, true, 3},
+    };
+    for (const Case &c : cases) {
+        GeoTiffBuilder builder;
+        builder.Keys({{1024, 0, 1, 1}, {3082, 34736, 1, 0}, {1026, 34737, 2, 0}});
+        if (c.floatDoubles)
+            builder.Shorts(34736, {0, 0}, 11);
+        else
+            builder.Doubles(34736, {1.0});
+        if (c.shortText)
+            builder.Shorts(34737, {0x4141, 0x7C00});
+        else
+            builder.Text(34737, "A|", c.byteText ? 1 : 2);
+        const Extracted r = Extract(builder);
+        EXPECT_TRUE(r.ok) << c.what;
+        EXPECT_EQ(r.bundle.GetEntryCount(), c.entries + 1) << c.what;
+    }
+    GeoTiffBuilder noStores;
+    noStores.Keys({{3082, 34736, 1, 0}, {1026, 34737, 2, 0}, {1024, 0, 1, 2}});
+    const Extracted r = Extract(noStores);
+    EXPECT_TRUE(r.ok);
+    EXPECT_EQ(Entries(r.bundle), (std::vector<std::vector<uint16_t>>{{1024, 0, 1, 2}}));
+}
+
+TEST(GeoTiffExtractKeys, OddLocationsTextsAndPartialEntries) {
+    GeoTiffBuilder builder;
+    // A key kept in the directory itself (location 34735) is skipped; the text stops at its
+    // NUL; the last entry has two of its four words and reads the rest as 0.
+    builder.Shorts(34735,
+                   {1, 1, 0, 4, 3074, 34735, 1, 2, 1026, 34737, 5, 0, 1024, 0, 1, 1, 3080, 0});
+    builder.Text(34737, std::string("AB\0CD", 5) + "|", 2, false);
+    const Extracted r = Extract(builder);
+    ASSERT_TRUE(r.ok);
+    EXPECT_EQ(Entries(r.bundle), (std::vector<std::vector<uint16_t>>{
+                                     {1024, 0, 1, 1}, {1026, 34737, 2, 0}, {3080, 0, 1, 0}}));
+    EXPECT_EQ(r.bundle.TextStore(), "AB");
+}
+
+TEST(GeoTiffExtractKeys, ImagesAndByteOrders) {
+    for (bool bigEndian : {false, true}) {
+        GeoTiffBuilder builder(bigEndian);
+        builder.Keys({{1024, 0, 1, 1}});
+        builder.AddImage();
+        builder.Keys({{1024, 0, 1, 2}, {3082, 34736, 1, 0}, {3073, 34737, 4, 0}});
+        builder.Doubles(34736, {-1234.5});
+        builder.Text(34737, "PCS|");
+        Extracted second = Extract(builder, 2);
+        ASSERT_TRUE(second.ok);
+        EXPECT_EQ(second.bundle.GetShort(second.bundle.FindKey(1024)), 2);
+        EXPECT_EQ(second.bundle.GetDouble(second.bundle.FindKey(3082)), -1234.5);
+        EXPECT_EQ(second.bundle.GetTextString(second.bundle.FindKey(3073)), "PCS|");
+        EXPECT_EQ(Extract(builder, 1).bundle.GetShort(1), 1);
+        for (int image : {0, 3}) // no such image: nothing to read
+            EXPECT_EQ(Entries(Extract(builder, image).bundle), kMarkerOnly);
+    }
+}
+
+TEST(GeoTiffExtractKeys, ByPathAndUnopenableFiles) {
+    GeoTiffBuilder builder;
+    builder.Keys({{1024, 0, 1, 2}});
+    GeoKeyBundle bundle;
+    EXPECT_TRUE(GeoTiffExtractKeys(builder.Write("keys_by_path.tif"), 1, bundle));
+    EXPECT_EQ(bundle.GetShort(1), 2);
+
+    shr::ErrorRecord error;
+    bundle.Clear();
+    bundle.AddShort(1024, 7);
+    EXPECT_FALSE(GeoTiffExtractKeys(L"no/such/file.tif", 1, bundle, &error));
+    EXPECT_EQ(error.code, -2);
+    EXPECT_EQ(bundle.GetShort(1), 7);
+    EXPECT_FALSE(GeoTiffExtractKeys(L"", 1, bundle, &error));
+    EXPECT_EQ(error.code, -1);
+}
+
+TEST(GeoTiffExtractKeys, ManyKeysInReverseOrderStayBounded) {
+    // The most keys a directory can describe, each needing the sorted insert at the front.
+    std::vector<uint16_t> words = {1, 1, 0, 0xFFFF};
+    for (uint32_t k = 0; k < 0xFFFF; ++k)
+        words.insert(words.end(), {static_cast<uint16_t>(0xFFFF - k), 0, 1, 0});
+    GeoTiffBuilder builder;
+    builder.Shorts(34735, words);
+    Extracted r = Extract(builder);
+    EXPECT_TRUE(r.ok);
+    EXPECT_EQ(r.bundle.GetEntryCount(), 0x10000u);
+    EXPECT_EQ(r.bundle.GetKeyId(1), 1u);
+
+    words.insert(words.end(), {1024, 0, 1, 1}); // one more than a 16-bit key count
+    builder.Shorts(34735, words);
+    r = Extract(builder);
+    EXPECT_FALSE(r.ok);
+    EXPECT_EQ(r.error.code, kGeoTiffTooManyKeys);
+}
+
+} // namespace
