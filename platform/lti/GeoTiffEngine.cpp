@@ -1,0 +1,274 @@
+// The open GeoTIFF engine: levels from the reduced-resolution subfiles, colour and sample
+// interpretation, and scene decoding by copying or averaging level pixels.
+#include "GeoTiffEngine.h"
+
+#include "GeoTiffGeo.h"
+#include "GeoTiffLevels.h"
+#include "GeoTiffSource.h"
+#include "LTIUtils.h"
+
+#include "Subsystems/TiffImage/TiffRead.h"
+#include "shr/Strings.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+namespace LizardTech {
+namespace {
+
+constexpr size_t kBlockCacheBytes = 64u << 20;
+constexpr size_t kAverageWindowBytes = 32u << 20;
+constexpr uint32_t kPreviewSide = 512; // reductions go on until the longer side fits this
+constexpr uint32_t kMaxReduction = 1u << 30;
+
+enum Photometric : uint16_t {
+    kWhiteIsZero = 0,
+    kBlackIsZero = 1,
+    kRGB = 2,
+    kPalette = 3,
+    kSeparated = 5
+};
+
+LTIDataType DataTypeOf(const GeoTiffLayout &l) {
+    const uint16_t bits = l.bitsPerSample;
+    if (l.sampleFormat == 3)
+        return bits == 32 ? LTI_DATATYPE_FLOAT32 : LTI_DATATYPE_FLOAT64;
+    const bool sign = l.sampleFormat == 2;
+    if (bits <= 8)
+        return sign ? LTI_DATATYPE_SINT8 : LTI_DATATYPE_UINT8;
+    if (bits == 16)
+        return sign ? LTI_DATATYPE_SINT16 : LTI_DATATYPE_UINT16;
+    return sign ? LTI_DATATYPE_SINT32 : LTI_DATATYPE_UINT32;
+}
+
+bool HasAlphaExtra(const GeoTiffLayout &l) {
+    return !l.extraSamples.empty() && (l.extraSamples[0] == 1 || l.extraSamples[0] == 2);
+}
+
+// Colour space and delivered bands of an image; LTI_COLORSPACE_INVALID when unsupported.
+LTIColorSpace ColorSpaceOf(const GeoTiffLayout &l, uint16_t &bands) {
+    const uint16_t spp = l.samplesPerPixel;
+    bands = spp;
+    switch (l.photometric) {
+    case kWhiteIsZero:
+    case kBlackIsZero:
+        if (spp == 1)
+            return LTI_COLORSPACE_GRAYSCALE;
+        return spp == 2 && HasAlphaExtra(l) ? LTI_COLORSPACE_GRAYSCALEA
+                                            : LTI_COLORSPACE_MULTISPECTRAL;
+    case kRGB:
+        if (spp == 3)
+            return LTI_COLORSPACE_RGB;
+        if (spp == 4 && HasAlphaExtra(l))
+            return LTI_COLORSPACE_RGBA;
+        return spp > 3 ? LTI_COLORSPACE_MULTISPECTRAL : LTI_COLORSPACE_INVALID;
+    case kPalette:
+        bands = 3;
+        return spp == 1 ? LTI_COLORSPACE_RGB : LTI_COLORSPACE_INVALID;
+    case kSeparated:
+        if (spp == 4 && l.inkSet == 1)
+            return LTI_COLORSPACE_CMYK;
+        return spp > 4 ? LTI_COLORSPACE_MULTISPECTRAL : LTI_COLORSPACE_INVALID;
+    default:
+        return LTI_COLORSPACE_INVALID;
+    }
+}
+
+// An overview belongs to the image when it has the same samples and a power-of-two size ratio.
+uint32_t OverviewFactor(const GeoTiffLayout &base, const GeoTiffLayout &o) {
+    if (!o.isReducedResolution() || o.isMask() || o.samplesPerPixel != base.samplesPerPixel ||
+        o.bitsPerSample != base.bitsPerSample || o.sampleFormat != base.sampleFormat ||
+        o.photometric != base.photometric || o.width >= base.width)
+        return 0;
+    const double ratio = static_cast<double>(base.width) / o.width;
+    const auto f = static_cast<uint32_t>(std::lround(ratio));
+    if (f < 2 || (f & (f - 1)) != 0 || f > kMaxReduction)
+        return 0;
+    const uint64_t expectW = (uint64_t{base.width} + f - 1) / f;
+    const uint64_t expectH = (uint64_t{base.height} + f - 1) / f;
+    const auto near = [](uint64_t a, uint64_t b) { return a + 1 >= b && b + 1 >= a; };
+    return near(o.width, expectW) && near(o.height, expectH) ? f : 0;
+}
+
+class GeoTiffEngine final : public LTIImageEngine {
+public:
+    LT_STATUS initialize(LTIOStreamInf &stream) override;
+
+protected:
+    LT_STATUS decode(const Window &window, LTISceneBuffer &buffer) override;
+
+private:
+    LT_STATUS openFile(LTIOStreamInf &stream);
+    LT_STATUS findLevels();
+    void addLevel(uint32_t factor, GeoTiffLayout layout, const tiff::TiffDirectory &dir);
+    LT_STATUS describePixels(const GeoTiffLayout &base);
+    double minimumMagnification() const;
+    uint32_t levelFor(uint32_t reduction) const; // the coarsest level not above `reduction`
+    LT_STATUS readAveraged(uint32_t levelIndex, uint32_t k, const Window &window,
+                           LTISceneBuffer &buffer);
+
+    tiff::CTiffReader reader_;
+    std::vector<std::unique_ptr<GeoTiffLevel>> levels_; // finest first
+    size_t baseDirectory_ = 0;
+    GeoTiffPixelMap map_;
+    GeoTiffBlockCache cache_{kBlockCacheBytes};
+};
+
+LT_STATUS GeoTiffEngine::openFile(LTIOStreamInf &stream) {
+    const std::wstring name = shr::AtoW(stream.getID() ? stream.getID() : "");
+    if (reader_.Open(MakeStreamTiffSource(stream), name))
+        return LT_STS_Success;
+    const int32_t code = reader_.Error().code;
+    const std::string why = "TIFF structure: " + shr::WtoA(reader_.Error().Describe());
+    return setLastStatus(
+        code == tiff::kTiffReadFailed ? LTI_STS_StreamReadFailed : LTI_STS_CorruptImage, why);
+}
+
+void GeoTiffEngine::addLevel(uint32_t factor, GeoTiffLayout layout,
+                             const tiff::TiffDirectory &dir) {
+    auto level = std::make_unique<GeoTiffLevel>();
+    level->factor = factor;
+    level->layout = std::move(layout);
+    level->decoder = std::make_unique<GeoTiffBlockDecoder>(reader_, dir, level->layout);
+    levels_.push_back(std::move(level));
+}
+
+LT_STATUS GeoTiffEngine::findLevels() {
+    const auto &dirs = reader_.Directories();
+    size_t baseIndex = dirs.size();
+    GeoTiffLayout base;
+    for (size_t i = 0; i < dirs.size() && baseIndex == dirs.size(); ++i) {
+        const LT_STATUS status = ParseGeoTiffLayout(dirs[i], base);
+        if (!base.isReducedResolution() && !base.isMask()) {
+            if (status != LT_STS_Success)
+                return status;
+            baseIndex = i;
+        }
+    }
+    if (baseIndex == dirs.size())
+        return setLastStatus(LTI_STS_UnsupportedImage, "no full-resolution image in the file");
+    baseDirectory_ = baseIndex;
+    addLevel(1, base, dirs[baseIndex]);
+    for (size_t i = 0; i < dirs.size(); ++i) {
+        GeoTiffLayout overview;
+        if (i == baseIndex || ParseGeoTiffLayout(dirs[i], overview) != LT_STS_Success)
+            continue;
+        const uint32_t f = OverviewFactor(base, overview);
+        const bool known = std::any_of(levels_.begin(), levels_.end(),
+                                       [f](const auto &level) { return level->factor == f; });
+        if (f != 0 && !known)
+            addLevel(f, std::move(overview), dirs[i]);
+    }
+    std::sort(levels_.begin(), levels_.end(),
+              [](const auto &a, const auto &b) { return a->factor < b->factor; });
+    return LT_STS_Success;
+}
+
+LT_STATUS GeoTiffEngine::describePixels(const GeoTiffLayout &base) {
+    uint16_t bands = 0;
+    const LTIColorSpace colorSpace = ColorSpaceOf(base, bands);
+    if (colorSpace == LTI_COLORSPACE_INVALID)
+        return setLastStatus(LTI_STS_UnsupportedImage,
+                             "Photometric " + std::to_string(base.photometric) + " with " +
+                                 std::to_string(base.samplesPerPixel) + " samples per pixel");
+    LTIDataType dataType = DataTypeOf(base);
+    map_.bands = bands;
+    map_.palette = base.photometric == kPalette;
+    if (map_.palette) {
+        if (base.bitsPerSample > 16 || base.sampleFormat != 1 ||
+            base.colorMap.size() != 3 * (size_t{1} << base.bitsPerSample))
+            return setLastStatus(LTI_STS_CorruptImage, "palette image without a matching ColorMap");
+        dataType = LTI_DATATYPE_UINT16;
+    }
+    const bool subByte = base.bitsPerSample < 8 && !map_.palette;
+    const double bitMax =
+        subByte ? double((1u << base.bitsPerSample) - 1) : LTIUtils::getTypeMax(dataType);
+    map_.invert = base.photometric == kWhiteIsZero && base.sampleFormat == 1;
+    map_.invertFrom = bitMax;
+    const LTIPixel pixel(colorSpace, bands, dataType);
+    if (const LT_STATUS status =
+            setImageProps(base.width, base.height, pixel, minimumMagnification()))
+        return status;
+    if (base.hasDeclaredRange)
+        setDynamicRange(base.declaredMin, base.declaredMax);
+    else if (subByte)
+        setDynamicRange(0.0, bitMax);
+    return LT_STS_Success;
+}
+
+double GeoTiffEngine::minimumMagnification() const {
+    const GeoTiffLayout &base = levels_.front()->layout;
+    const uint32_t longer = std::max(base.width, base.height);
+    uint32_t fit = 1;
+    while (fit < kMaxReduction && (longer + fit - 1) / fit > kPreviewSide)
+        fit *= 2;
+    return 1.0 / std::max(levels_.back()->factor, fit);
+}
+
+LT_STATUS GeoTiffEngine::initialize(LTIOStreamInf &stream) {
+    if (const LT_STATUS status = openFile(stream))
+        return status;
+    if (const LT_STATUS status = findLevels())
+        return status;
+    if (const LT_STATUS status = describePixels(levels_.front()->layout))
+        return status;
+    const tiff::TiffDirectory &dir = reader_.Directories()[baseDirectory_];
+    AddGeoKeyRecords(dir, metadata());
+    LTIGeoCoord geo;
+    if (GeoCoordFromTags(dir, geo))
+        setGeoCoord(geo);
+    return LT_STS_Success;
+}
+
+uint32_t GeoTiffEngine::levelFor(uint32_t reduction) const {
+    uint32_t index = 0;
+    for (uint32_t i = 0; i < levels_.size(); ++i)
+        if (levels_[i]->factor <= reduction)
+            index = i;
+    return index;
+}
+
+LT_STATUS GeoTiffEngine::decode(const Window &window, LTISceneBuffer &buffer) {
+    const uint32_t index = levelFor(window.reduction);
+    const uint32_t k = window.reduction / levels_[index]->factor;
+    if (k == 1) {
+        GeoTiffLevelReader reader(*levels_[index], index, cache_, map_);
+        return reader.readRect(window.x, window.y, window.width, window.height, buffer);
+    }
+    return readAveraged(index, k, window, buffer);
+}
+
+LT_STATUS GeoTiffEngine::readAveraged(uint32_t index, uint32_t k, const Window &window,
+                                      LTISceneBuffer &buffer) {
+    const GeoTiffLayout &l = levels_[index]->layout;
+    GeoTiffLevelReader reader(*levels_[index], index, cache_, map_);
+    const uint64_t inWidth = uint64_t{window.width} * k;
+    const uint64_t groupRowBytes =
+        inWidth * k * getNumBands() * getPixelProps().getNumBytesPerSample();
+    const auto group = static_cast<uint32_t>(
+        std::clamp<uint64_t>(kAverageWindowBytes / groupRowBytes, 1, window.height));
+    LTISceneBuffer in(getPixelProps(), static_cast<lt_uint32>(inWidth), group * k);
+    const uint64_t x = uint64_t{window.x} * k;
+    const uint32_t validW =
+        x < l.width ? static_cast<uint32_t>(std::min<uint64_t>(inWidth, l.width - x)) : 1;
+    for (uint32_t row = 0; row < window.height; row += group) {
+        const uint32_t rows = std::min(group, window.height - row);
+        const uint64_t y = (uint64_t{window.y} + row) * k;
+        const uint32_t validH =
+            y < l.height ? static_cast<uint32_t>(std::min<uint64_t>(rows * k, l.height - y)) : 1;
+        if (const LT_STATUS status =
+                reader.readRect(static_cast<uint32_t>(std::min<uint64_t>(x, l.width - 1)),
+                                static_cast<uint32_t>(std::min<uint64_t>(y, l.height - 1)),
+                                static_cast<uint32_t>(inWidth), rows * k, in))
+            return status;
+        AverageDown(in, validW, validH, k, buffer, row, window.width, rows);
+    }
+    return LT_STS_Success;
+}
+
+} // namespace
+
+std::unique_ptr<LTIImageEngine> MakeGeoTiffEngine() { return std::make_unique<GeoTiffEngine>(); }
+
+} // namespace LizardTech

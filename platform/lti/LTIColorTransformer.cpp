@@ -1,0 +1,108 @@
+// Colour conversion to RGB and RGBA, sample by sample in the source's data type.
+#include "LTIColorTransformer.h"
+
+#include "LTIUtils.h"
+#include "SampleOps.h"
+
+#include <cstring>
+
+namespace LizardTech {
+namespace {
+
+bool IsSupportedSource(LTIColorSpace cs) {
+    return cs == LTI_COLORSPACE_GRAYSCALE || cs == LTI_COLORSPACE_GRAYSCALEA ||
+           cs == LTI_COLORSPACE_RGB || cs == LTI_COLORSPACE_RGBA || cs == LTI_COLORSPACE_CMYK;
+}
+
+template <class T>
+void CmykRow(const LTISceneBuffer &in, LTISceneBuffer &out, lt_uint32 row, lt_uint32 width,
+             double maxValue) {
+    const T *c = reinterpret_cast<const T *>(in.getRow(0, row));
+    const T *m = reinterpret_cast<const T *>(in.getRow(1, row));
+    const T *y = reinterpret_cast<const T *>(in.getRow(2, row));
+    const T *k = reinterpret_cast<const T *>(in.getRow(3, row));
+    T *rgb[3] = {reinterpret_cast<T *>(out.getRow(0, row)),
+                 reinterpret_cast<T *>(out.getRow(1, row)),
+                 reinterpret_cast<T *>(out.getRow(2, row))};
+    const T *ink[3] = {c, m, y};
+    for (lt_uint32 x = 0; x < width; ++x) {
+        const double white = maxValue - static_cast<double>(k[x]);
+        for (int b = 0; b < 3; ++b) {
+            const double v = (maxValue - static_cast<double>(ink[b][x])) * white / maxValue;
+            rgb[b][x] = detail::ClampTo<T>(v, 0.0, maxValue);
+        }
+    }
+}
+
+template <class T> void FillRow(lt_uint8 *row, lt_uint32 width, double value) {
+    T *p = reinterpret_cast<T *>(row);
+    const T v = static_cast<T>(value);
+    for (lt_uint32 x = 0; x < width; ++x)
+        p[x] = v;
+}
+
+} // namespace
+
+LT_STATUS LTIColorTransformer::initialize(LTIImageStage *source, const LTIPixel &pixel) {
+    if (source == nullptr)
+        return LT_STS_BadParam;
+    const LTIColorSpace dst = pixel.getColorSpace();
+    const bool rgb = dst == LTI_COLORSPACE_RGB && pixel.getNumBands() == 3;
+    const bool rgba = dst == LTI_COLORSPACE_RGBA && pixel.getNumBands() == 4;
+    if (!(rgb || rgba) || !IsSupportedSource(source->getColorSpace()))
+        return setLastStatus(LTI_STS_UnsupportedColorSpace,
+                             "no conversion from colour space " +
+                                 std::to_string(source->getColorSpace()) + " to " +
+                                 std::to_string(dst));
+    if (pixel.getDataType() != source->getDataType())
+        return setLastStatus(LTI_STS_UnsupportedDataType,
+                             "the colour transformer keeps the source's data type");
+    const double minMag = source->getMinMagnification();
+    if (const LT_STATUS status =
+            setImageProps(source->getWidth(), source->getHeight(), pixel, minMag))
+        return status;
+    setDynamicRange(source->getMinDynamicRange(), source->getMaxDynamicRange());
+    setSource(source);
+    source_ = source;
+    return LT_STS_Success;
+}
+
+LT_STATUS LTIColorTransformer::decode(const Window &window, LTISceneBuffer &buffer) {
+    const LTIScene scene(window.x, window.y, window.width, window.height, 1.0 / window.reduction);
+    if (source_->getPixelProps() == getPixelProps())
+        return source_->read(scene, buffer);
+    LTISceneBuffer in(source_->getPixelProps(), window.width, window.height);
+    if (const LT_STATUS status = source_->read(scene, in))
+        return status;
+    convert(in, buffer, window);
+    return LT_STS_Success;
+}
+
+void LTIColorTransformer::convert(const LTISceneBuffer &in, LTISceneBuffer &out,
+                                  const Window &window) const {
+    const LTIColorSpace src = source_->getColorSpace();
+    const lt_uint32 bytes = getPixelProps().getNumBytesPerSample() * window.width;
+    const double maxValue = source_->getMaxDynamicRange();
+    const bool grey = src == LTI_COLORSPACE_GRAYSCALE || src == LTI_COLORSPACE_GRAYSCALEA;
+    const bool srcAlpha = LTIUtils::hasAlphaBand(src);
+    const lt_uint16 srcAlphaBand = static_cast<lt_uint16>(source_->getNumBands() - 1);
+    for (lt_uint32 row = 0; row < window.height; ++row) {
+        if (src == LTI_COLORSPACE_CMYK)
+            detail::DispatchDataType(getDataType(), [&](auto t) {
+                CmykRow<decltype(t)>(in, out, row, window.width, maxValue);
+            });
+        else
+            for (lt_uint16 b = 0; b < 3; ++b)
+                std::memcpy(out.getRow(b, row), in.getRow(grey ? 0 : b, row), bytes);
+        if (getNumBands() < 4)
+            continue;
+        if (srcAlpha)
+            std::memcpy(out.getRow(3, row), in.getRow(srcAlphaBand, row), bytes);
+        else
+            detail::DispatchDataType(getDataType(), [&](auto t) {
+                FillRow<decltype(t)>(out.getRow(3, row), window.width, maxValue);
+            });
+    }
+}
+
+} // namespace LizardTech

@@ -1,0 +1,59 @@
+// Linear stretch of the declared range onto 8-bit samples.
+#include "LTIDynamicRangeFilter.h"
+
+#include "SampleOps.h"
+
+namespace LizardTech {
+namespace {
+
+template <class T>
+void StretchPlane(const LTISceneBuffer &in, LTISceneBuffer &out, lt_uint16 band, lt_uint32 width,
+                  lt_uint32 height, double lo, double hi) {
+    const double gain = hi > lo ? 255.0 / (hi - lo) : 0.0;
+    for (lt_uint32 row = 0; row < height; ++row) {
+        const T *src = reinterpret_cast<const T *>(in.getRow(band, row));
+        lt_uint8 *dst = out.getRow(band, row);
+        for (lt_uint32 x = 0; x < width; ++x)
+            dst[x] =
+                detail::ClampTo<lt_uint8>((static_cast<double>(src[x]) - lo) * gain, 0.0, 255.0);
+    }
+}
+
+} // namespace
+
+LT_STATUS LTIDynamicRangeFilter::initialize(LTIImageStage *source, LTIDataType dataType) {
+    if (source == nullptr)
+        return LT_STS_BadParam;
+    if (dataType != LTI_DATATYPE_UINT8)
+        return setLastStatus(LTI_STS_UnsupportedDataType,
+                             "the dynamic range filter delivers 8-bit unsigned samples only");
+    const LTIPixel pixel(source->getColorSpace(), source->getNumBands(), dataType);
+    if (const LT_STATUS status = setImageProps(source->getWidth(), source->getHeight(), pixel,
+                                               source->getMinMagnification()))
+        return status;
+    setSource(source);
+    source_ = source;
+    return LT_STS_Success;
+}
+
+bool LTIDynamicRangeFilter::isIdentity() const {
+    return source_->getDataType() == LTI_DATATYPE_UINT8 && source_->getMinDynamicRange() == 0.0 &&
+           source_->getMaxDynamicRange() == 255.0;
+}
+
+LT_STATUS LTIDynamicRangeFilter::decode(const Window &window, LTISceneBuffer &buffer) {
+    const LTIScene scene(window.x, window.y, window.width, window.height, 1.0 / window.reduction);
+    if (isIdentity())
+        return source_->read(scene, buffer);
+    LTISceneBuffer in(source_->getPixelProps(), window.width, window.height);
+    if (const LT_STATUS status = source_->read(scene, in))
+        return status;
+    const double lo = source_->getMinDynamicRange(), hi = source_->getMaxDynamicRange();
+    for (lt_uint16 band = 0; band < getNumBands(); ++band)
+        detail::DispatchDataType(source_->getDataType(), [&](auto t) {
+            StretchPlane<decltype(t)>(in, buffer, band, window.width, window.height, lo, hi);
+        });
+    return LT_STS_Success;
+}
+
+} // namespace LizardTech

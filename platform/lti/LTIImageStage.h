@@ -1,0 +1,78 @@
+// LTIImageStage: one stage of a decoding pipeline (a reader or a filter). It describes the
+// image it delivers and reads scenes of it into scene buffers.
+#pragma once
+#include "LTIGeoCoord.h"
+#include "LTIMetadata.h"
+#include "LTIPixel.h"
+#include "LTIScene.h"
+#include "LTISceneBuffer.h"
+#include "LTIStatus.h"
+
+namespace LizardTech {
+
+class LTIImageStage {
+public:
+    virtual ~LTIImageStage();
+    LTIImageStage(const LTIImageStage &) = delete;
+    LTIImageStage &operator=(const LTIImageStage &) = delete;
+
+    // Gives the stage back (stages are made with their class's create()).
+    void release() { delete this; }
+
+    lt_uint32 getWidth() const { return width_; }
+    lt_uint32 getHeight() const { return height_; }
+    const LTIPixel &getPixelProps() const { return pixel_; }
+    lt_uint16 getNumBands() const { return pixel_.getNumBands(); }
+    LTIColorSpace getColorSpace() const { return pixel_.getColorSpace(); }
+    LTIDataType getDataType() const { return pixel_.getDataType(); }
+    // The smallest magnification scenes may ask for (1 / the largest reduction), and 1.
+    double getMinMagnification() const { return minMag_; }
+    double getMaxMagnification() const { return 1.0; }
+    // Image size at `mag`: the full size × mag, rounded up.
+    LT_STATUS getDimsAtMag(double mag, lt_uint32 &width, lt_uint32 &height) const;
+    // The range of sample values the image declares (the data type's range by default).
+    double getMinDynamicRange() const { return rangeMin_; }
+    double getMaxDynamicRange() const { return rangeMax_; }
+    // Filters hand on the metadata and georeferencing of the stage they read.
+    const LTIMetadataDatabase &getMetadata() const;
+    const LTIGeoCoord &getGeoCoord() const;
+
+    // Reads `scene` into `buffer` (band-planar, of this stage's bands and data type, at least
+    // the scene's size). The scene must have whole-pixel bounds inside the image at its
+    // magnification, which must be a power-of-two reduction from 1 down to the minimum.
+    LT_STATUS read(const LTIScene &scene, LTISceneBuffer &buffer);
+
+protected:
+    LTIImageStage() = default;
+
+    struct Window { // a checked scene in whole pixels
+        lt_uint32 x, y, width, height;
+        lt_uint32 reduction; // 1 / magnification
+    };
+    // Decodes a checked, non-empty window into buffer (rows of buffer.getNumCols() samples).
+    virtual LT_STATUS decode(const Window &window, LTISceneBuffer &buffer) = 0;
+
+    LT_STATUS setImageProps(lt_uint32 width, lt_uint32 height, const LTIPixel &pixel,
+                            double minMag);
+    void setDynamicRange(double minValue, double maxValue);
+    void setSource(const LTIImageStage *source) { source_ = source; }
+    LTIMetadataDatabase &metadata() { return metadata_; }
+    void setGeoCoord(const LTIGeoCoord &geo) { geo_ = geo; }
+    bool isInitialized() const { return initialized_; }
+
+private:
+    LT_STATUS checkScene(const LTIScene &scene, const LTISceneBuffer &buffer, Window &window);
+
+    bool initialized_ = false;
+    lt_uint32 width_ = 0;
+    lt_uint32 height_ = 0;
+    LTIPixel pixel_;
+    double minMag_ = 1.0;
+    double rangeMin_ = 0.0;
+    double rangeMax_ = 0.0;
+    const LTIImageStage *source_ = nullptr;
+    LTIMetadataDatabase metadata_;
+    LTIGeoCoord geo_;
+};
+
+} // namespace LizardTech

@@ -1,0 +1,28 @@
+// LTIOStreamInf: the input stream through which readers get a file's bytes.
+#pragma once
+#include "LTITypes.h"
+
+namespace LizardTech {
+
+class LTIOStreamInf {
+public:
+    virtual ~LTIOStreamInf() = default;
+    virtual bool isEOF() = 0;
+    virtual bool isOpen() = 0;
+    virtual LT_STATUS open() = 0;
+    virtual LT_STATUS close() = 0;
+    // Reads up to `numBytes` into `dest`; returns the count read.
+    virtual lt_uint32 read(lt_uint8 *dest, lt_uint32 numBytes) = 0;
+    virtual lt_uint32 write(const lt_uint8 *src, lt_uint32 numBytes) = 0;
+    virtual LT_STATUS seek(lt_int64 offset, LTIOSeekDir dir) = 0;
+    virtual lt_int64 tell() = 0;
+    // A new, unopened stream on the same data, owned by the caller.
+    virtual LTIOStreamInf *duplicate() = 0;
+    virtual LT_STATUS getLastError() const = 0;
+    virtual const char *getID() const = 0;
+
+protected:
+    LTIOStreamInf() = default;
+};
+
+} // namespace LizardTech
