@@ -1,0 +1,70 @@
+// Tag-name table: lookups, order-dependent entries and the shared "UNKNOWN".
+#include "Subsystems/TiffImage/TiffUtil.h"
+
+#include <gtest/gtest.h>
+
+#include <cwctype>
+#include <set>
+#include <thread>
+
+using tiff::TiffTagName;
+
+namespace {
+
+TEST(TagNames, Lookups) {
+    struct Case {
+        int32_t tag;
+        const wchar_t *name;
+    } cases[] = {
+        {254, L"NEWSUBFILETYPE"},
+        {256, L"IMAGEWIDTH"},
+        {262, L"PHOTOMETRICINTERPRETATION"},
+        {347, L"JPEGTABLES"}, // stands last, after 42113
+        {32781, L"IMAGEID"},  // follows 32996
+        {32996, L"DATATYPE"},
+        {33550, L"MODELPIXELSCALETAGEXACT"},
+        {33922, L"MODELTIEPOINTTAG"},
+        {34735, L"GEOKEYDIRECTORYTAG"},
+        {42113, L"GDAL_NODATA"},
+        {0, L"UNKNOWN"}, // the terminator is never a match
+        {34264, L"UNKNOWN"},
+        {-1, L"UNKNOWN"},
+        {65535, L"UNKNOWN"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(TiffTagName(c.tag), c.name) << c.tag;
+}
+
+TEST(TagNames, TableShape) {
+    size_t count = 0;
+    const tiff::TiffTagNameRow *rows = tiff::TiffTagNameRows(count);
+    ASSERT_EQ(count, 96u);
+    EXPECT_EQ(rows[0].tag, 254);
+    EXPECT_EQ(rows[95].tag, 347);
+    EXPECT_EQ(rows[96].tag, 0);
+    EXPECT_TRUE(rows[96].name.empty());
+    std::set<int32_t> tags;
+    for (size_t i = 0; i < count; ++i) {
+        tags.insert(rows[i].tag);
+        for (wchar_t ch : rows[i].name)
+            EXPECT_TRUE(std::iswupper(ch) || std::iswdigit(ch) || ch == L'_') << rows[i].tag;
+        // Every row is reachable by lookup.
+        EXPECT_EQ(TiffTagName(rows[i].tag), rows[i].name);
+    }
+    EXPECT_EQ(tags.size(), count);
+}
+
+TEST(TagNames, ReferencesAreSharedAndThreadSafe) {
+    EXPECT_EQ(&TiffTagName(1), &TiffTagName(2));
+    EXPECT_EQ(&TiffTagName(256), &TiffTagName(256));
+    std::vector<const std::wstring *> seen(8);
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < seen.size(); ++i)
+        threads.emplace_back([&, i] { seen[i] = &TiffTagName(static_cast<int32_t>(70000 + i)); });
+    for (auto &t : threads)
+        t.join();
+    for (const auto *p : seen)
+        EXPECT_EQ(p, &TiffTagName(1));
+}
+
+} // namespace

@@ -1,0 +1,87 @@
+// TiffImageRead: its own error record with the fixed lines, image count and tag lookup.
+#include "Subsystems/TiffImage/TiffImageRead.h"
+#include "TiffFileBuilder.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using tiff::TiffImageRead;
+
+namespace {
+
+const wchar_t kFile[] = L"Subsystems/TiffImage/TiffImageRead";
+
+std::wstring Fixture(const char *name) {
+    const std::string path = std::string(IOSID_TESTDATA) + "/" + name;
+    return std::wstring(path.begin(), path.end());
+}
+
+class ThrowingSource : public tiff::TiffSource {
+public:
+    bool Length(uint64_t &length) override {
+        length = 1000;
+        return true;
+    }
+    bool Seek(uint64_t) override { throw std::runtime_error("stream broke"); }
+    size_t Read(void *, size_t) override { return 0; }
+};
+
+TEST(TiffImageRead, FailuresAndTheirRecords) {
+    TiffImageRead file;
+    EXPECT_FALSE(file.OpenFile(L""));
+    EXPECT_EQ(file.Error().file, kFile);
+    EXPECT_EQ(file.Error().line, 175);
+    EXPECT_EQ(file.Error().code, -1);
+
+    // The reader's record is copied as it is.
+    EXPECT_FALSE(file.OpenFile(L"/nonexistent/x.tif"));
+    EXPECT_EQ(file.Error().file, L"Subsystems/TiffImage/TiffRead");
+    EXPECT_EQ(file.Error().code, -2);
+    EXPECT_EQ(file.Error().line, file.Reader().ErrorLine());
+
+    EXPECT_FALSE(file.OpenSource(std::make_unique<ThrowingSource>(), L"throws"));
+    EXPECT_EQ(file.Error().file, kFile);
+    EXPECT_EQ(file.Error().line, 192);
+    EXPECT_EQ(file.Error().code, -99);
+
+    file.Close();
+    EXPECT_FALSE(file.Error().IsSet());
+    EXPECT_EQ(file.GetImageCount(), 0u);
+    EXPECT_EQ(file.Error().line, 325);
+    EXPECT_EQ(file.Error().code, -7);
+}
+
+TEST(TiffImageRead, CountsImagesAndFindsTags) {
+    TiffImageRead file;
+    ASSERT_TRUE(file.OpenFile(Fixture("tiff/test_two_ifds.tif")));
+    EXPECT_EQ(file.GetImageCount(), 2u);
+    EXPECT_FALSE(file.Error().IsSet());
+    const tiff::TiffEntry *width = file.FindTag(1, 256);
+    ASSERT_NE(width, nullptr);
+    EXPECT_EQ(width->GetUInt(), 1u);
+    EXPECT_EQ(file.FindTag(2, 256), nullptr); // past the directory count
+    EXPECT_EQ(file.FindTag(0, 34735), nullptr);
+
+    ASSERT_TRUE(file.OpenFile(Fixture("geotiff/byte.tif")));
+    const tiff::TiffEntry *tiepoints = file.FindTag(0, 33922);
+    ASSERT_NE(tiepoints, nullptr);
+    EXPECT_EQ(tiepoints->count, 6u);
+    EXPECT_DOUBLE_EQ(tiepoints->GetDouble(3), 440720.0);
+    file.Close();
+    EXPECT_EQ(file.FindTag(0, 256), nullptr);
+}
+
+TEST(TiffImageRead, FindTagReturnsTheFirstOfDuplicates) {
+    tifftest::TiffFileBuilder b(false, false);
+    auto &d = b.AddDirectory();
+    b.AddUInts(d, 256, 3, {10});
+    b.AddUInts(d, 256, 3, {20});
+    auto bytes = b.Build();
+    bytes.resize(64, 0);
+    TiffImageRead file;
+    ASSERT_TRUE(file.OpenSource(tiff::MakeMemorySource(bytes), L"dup"));
+    EXPECT_EQ(file.FindTag(0, 256)->GetUInt(), 10u);
+}
+
+} // namespace
