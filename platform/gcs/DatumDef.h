@@ -40,8 +40,8 @@ public:
     explicit DatumDef(DatumMethod method) : method_(method) {}
 
     DatumMethod GetMethod() const { return method_; }
-    // clearParameters: also reset every parameter (flag, ellipsoid, prime meridian, shifts);
-    // otherwise they are kept.
+    // clearParameters: start afresh, resetting every parameter (flag, ellipsoid, prime
+    // meridian, shifts) and the code and name; otherwise they are kept.
     void SetMethod(DatumMethod method, bool clearParameters);
     bool IsUnknown() const { return method_ == DatumMethod::Unknown; }
 

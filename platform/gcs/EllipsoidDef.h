@@ -17,6 +17,8 @@ public:
     static EllipsoidDef FromFlattening(double majorRadius, double flattening);
     static EllipsoidDef FromMinorRadius(double majorRadius, double minorRadius);
     static EllipsoidDef Sphere(double radius) { return FromFlattening(radius, 0.0); }
+    // All three as published (a table's row); IsValid checks that they agree.
+    static EllipsoidDef FromDimensions(double majorRadius, double minorRadius, double flattening);
 
     double GetMajorRadius() const { return major_; }
     double GetMinorRadius() const { return minor_; }

@@ -39,8 +39,9 @@ public:
 
     // Index of a system that GCSDef::Compare(system, approximate) finds equal, 0 when none.
     // ignoreLinearUnit: compare as if both were in metres (the same projection in feet
-    // matches). A system with code 0 is searched by value; current codes are preferred to
-    // deprecated ones, then the lowest code.
+    // matches). When the system carries a code whose entry is equal, that entry is the
+    // answer; otherwise, among the equal entries, current codes come before deprecated ones,
+    // then the lowest code.
     int FindSystem(const GCSDef &system, bool approximate, bool ignoreLinearUnit) const;
 };
 
@@ -91,8 +92,10 @@ public:
     int FindByToken(std::string_view token) const;
     int FindByToken(const std::wstring &token) const;
     // The closest ellipsoid with the major radius within majorTolerance metres and the
-    // flattening within flatteningTolerance; current ellipsoids before deprecated ones when
-    // equally close. -1 when none.
+    // flattening within flatteningTolerance. Closeness is |major difference| + major *
+    // |flattening difference| (both in metres); when equally close, current ellipsoids come
+    // before deprecated ones, then the lower code. -1 when none, or for values that are not
+    // finite.
     int FindByDimensions(double majorRadius, double flattening, double majorTolerance = 0.001,
                          double flatteningTolerance = 1e-9) const;
 };

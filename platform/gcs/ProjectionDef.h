@@ -82,7 +82,7 @@ public:
 
     // What a coordinate system refuses (GCSDef::SetProjection): a method value that is not a
     // ProjectionMethod, a value that is not finite, a negative linear scale, a scale factor
-    // that is not positive for a method that uses one, latitudes outside [-90, 90], option
+    // that is not positive, latitudes outside [-90, 90], option
     // bits that do not exist, South other than 0 or 1, and an ellipsoid that is present
     // (major radius set) but not valid. An Unknown projection is valid. why (optional) says
     // what is wrong.

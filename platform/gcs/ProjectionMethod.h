@@ -14,7 +14,7 @@ enum class ProjectionMethod : int32_t {
     AzimuthalEquidistant = 4,
     TransverseMercatorSouth = 5, // westing/southing (EPSG 9808)
     CassiniSoldner = 6,
-    Krovak = 7,         // EPSG 9819; north-orientated form (1041) by option
+    Krovak = 7,         // EPSG 9819; north-orientated and modified forms by option
     PseudoMercator = 8, // spherical formulas on the ellipsoid (EPSG 1024, "Web Mercator")
     Equirectangular = 9,
     EquidistantConic = 10,
@@ -59,6 +59,8 @@ namespace ProjectionOption {
 inline constexpr int32_t GridAngleFromAzimuth = 0x001;
 // Krovak: axes point east and north (EPSG 1041) instead of south and west.
 inline constexpr int32_t NorthOrientated = 0x002;
+// Krovak: the modified form with EPSG's fixed polynomial correction (EPSG 1042, 1043).
+inline constexpr int32_t Modified = 0x004;
 // Stereographic: the polar forms. Without one of them the method is the oblique
 // (double) stereographic of EPSG 9809.
 inline constexpr int32_t PolarVariantA = 0x010; // origin at the pole, scale factor there
@@ -73,7 +75,7 @@ inline constexpr int32_t Spherical = 0x200;
 // Bonne: axes point west and south (EPSG 9828).
 inline constexpr int32_t SouthOrientated = 0x400;
 // Every bit above; other bits are refused.
-inline constexpr int32_t AllBits = 0x773;
+inline constexpr int32_t AllBits = 0x777;
 } // namespace ProjectionOption
 
 // True for the values of ProjectionMethod other than EndMarker.
