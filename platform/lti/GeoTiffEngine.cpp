@@ -116,8 +116,8 @@ private:
 };
 
 LT_STATUS GeoTiffEngine::openFile(LTIOStreamInf &stream) {
-    const std::wstring name = shr::AtoW(stream.getID() ? stream.getID() : "");
-    if (reader_.Open(MakeStreamTiffSource(stream), name))
+    // The stream's id is process-wide, not this file's name, so it is not used here.
+    if (reader_.Open(MakeStreamTiffSource(stream), L"stream"))
         return LT_STS_Success;
     const int32_t code = reader_.Error().code;
     const std::string why = "TIFF structure: " + shr::WtoA(reader_.Error().Describe());

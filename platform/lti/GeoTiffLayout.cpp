@@ -43,6 +43,11 @@ LT_STATUS Unsupported(const std::string &why) {
 }
 LT_STATUS Corrupt(const std::string &why) { return setLastStatus(LTI_STS_CorruptImage, why); }
 
+bool IsDecodable(uint16_t compression) {
+    return compression == 1 || compression == 5 || compression == 8 || compression == 32773 ||
+           compression == 32946;
+}
+
 std::vector<uint64_t> ReadArray(const tiff::TiffEntry *entry) {
     std::vector<uint64_t> values;
     if (entry == nullptr)
@@ -147,6 +152,9 @@ LT_STATUS ParseGeoTiffLayout(const tiff::TiffDirectory &dir, GeoTiffLayout &l) {
     l.compression = static_cast<uint16_t>(dir.GetUInt(kCompression, 1));
     l.predictor = static_cast<uint16_t>(dir.GetUInt(kPredictor, 1));
     l.planarConfig = static_cast<uint16_t>(dir.GetUInt(kPlanarConfig, 1));
+    if (!IsDecodable(l.compression))
+        return Unsupported("Compression " + std::to_string(l.compression) +
+                           " (only none, LZW, Deflate and PackBits are decoded)");
     if (l.planarConfig != 1 && l.planarConfig != 2)
         return Unsupported("PlanarConfiguration " + std::to_string(l.planarConfig));
     if (const LT_STATUS status = ParseSamples(dir, l))

@@ -1,0 +1,338 @@
+// iosid read: decodes a region of an image at a reduction through SidInterface and writes it
+// as PNG or as raw rows in the reader's output format.
+#include "Command.h"
+
+#include "SidInterface.h"
+#include "shr/Strings.h"
+
+#ifdef IOSID_SID_GEOREFERENCE
+#include "gcs/GCSDef.h"
+#include "gcs/WarpDef.h"
+#endif
+#ifdef IOSID_HAVE_PNG
+#include <png.h>
+#endif
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+#ifdef _WIN32
+#include <io.h>
+#define isatty _isatty
+#define fileno _fileno
+#else
+#include <unistd.h>
+#endif
+
+namespace iosid {
+namespace {
+
+struct ReadRequest {
+    std::string input;
+    std::string output;
+    uint32_t scale = 1;
+    bool hasRegion = false;
+    uint32_t region[4] = {0, 0, 0, 0};
+    int32_t format = SidInterface::kColor24;
+    bool json = false;
+};
+
+bool ParseUnsigned(const std::string &text, uint32_t &value) {
+    if (text.empty() || text.size() > 10 ||
+        text.find_first_not_of("0123456789") != std::string::npos)
+        return false;
+    const unsigned long long v = std::stoull(text);
+    if (v > 0xFFFFFFFFull)
+        return false;
+    value = static_cast<uint32_t>(v);
+    return true;
+}
+
+bool ParseRegion(const std::string &text, uint32_t (&region)[4]) {
+    std::stringstream in(text);
+    std::string part;
+    int i = 0;
+    while (std::getline(in, part, ',')) {
+        if (i == 4 || !ParseUnsigned(part, region[i++]))
+            return false;
+    }
+    return i == 4;
+}
+
+// Bits per pixel on the command line to the reader's format code.
+bool ParseFormat(const std::string &text, int32_t &format) {
+    const std::pair<const char *, int32_t> formats[] = {{"1", SidInterface::kBlackWhite},
+                                                        {"4", SidInterface::kGray16},
+                                                        {"8", SidInterface::kGray256},
+                                                        {"24", SidInterface::kColor24},
+                                                        {"32", SidInterface::kColor32}};
+    for (const auto &[bits, code] : formats)
+        if (text == bits) {
+            format = code;
+            return true;
+        }
+    return false;
+}
+
+bool ParseRequest(const std::vector<std::string> &args, ReadRequest &request, std::string &error) {
+    const auto positionals = Positionals(args, {"-o", "--scale", "--region", "--format"});
+    if (positionals.size() != 1)
+        return error = "expected one input file", false;
+    request.input = positionals[0];
+    request.output = OptionValue(args, "-o");
+    if (request.output.empty())
+        return error = "missing -o OUT", false;
+    request.json = HasFlag(args, "--json");
+    const std::string scale = OptionValue(args, "--scale");
+    if (!scale.empty() && !ParseUnsigned(scale, request.scale))
+        return error = "--scale takes a whole number", false;
+    const std::string region = OptionValue(args, "--region");
+    request.hasRegion = !region.empty();
+    if (request.hasRegion && !ParseRegion(region, request.region))
+        return error = "--region takes L,T,R,B", false;
+    const std::string format = OptionValue(args, "--format");
+    if (!format.empty() && !ParseFormat(format, request.format))
+        return error = "--format takes 1, 4, 8, 24 or 32", false;
+    return true;
+}
+
+bool EndsWith(const std::string &text, const std::string &suffix) {
+    if (text.size() < suffix.size())
+        return false;
+    for (size_t i = 0; i < suffix.size(); ++i)
+        if (std::tolower(static_cast<unsigned char>(text[text.size() - suffix.size() + i])) !=
+            suffix[i])
+            return false;
+    return true;
+}
+
+// Where output rows go: a PNG encoder or a raw file.
+class RowSink {
+public:
+    virtual ~RowSink() = default;
+    virtual bool Write(const uint8_t *row) = 0;
+    virtual bool Finish() = 0;
+};
+
+class RawSink final : public RowSink {
+public:
+    RawSink(std::FILE *file, size_t rowBytes) : file_(file), rowBytes_(rowBytes) {}
+    ~RawSink() override {
+        if (file_)
+            std::fclose(file_);
+    }
+    bool Write(const uint8_t *row) override {
+        return std::fwrite(row, 1, rowBytes_, file_) == rowBytes_;
+    }
+    bool Finish() override {
+        const bool ok = std::fclose(file_) == 0;
+        file_ = nullptr;
+        return ok;
+    }
+
+private:
+    std::FILE *file_;
+    size_t rowBytes_;
+};
+
+#ifdef IOSID_HAVE_PNG
+// PNG rows: colour in red, green, blue (and alpha) order, grey at 1, 4 or 8 bits.
+class PngSink final : public RowSink {
+public:
+    PngSink(std::FILE *file, uint32_t width, uint32_t height, int32_t format)
+        : file_(file), width_(width), format_(format) {
+        png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+        info_ = png_ ? png_create_info_struct(png_) : nullptr;
+        if (!info_ || setjmp(png_jmpbuf(png_))) {
+            failed_ = true;
+            return;
+        }
+        png_init_io(png_, file_);
+        int depth = 8, type = PNG_COLOR_TYPE_GRAY;
+        if (format == SidInterface::kBlackWhite)
+            depth = 1;
+        else if (format == SidInterface::kGray16)
+            depth = 4;
+        else if (format == SidInterface::kColor24)
+            type = PNG_COLOR_TYPE_RGB;
+        else if (format == SidInterface::kColor32)
+            type = PNG_COLOR_TYPE_RGB_ALPHA;
+        png_set_IHDR(png_, info_, width, height, depth, type, PNG_INTERLACE_NONE,
+                     PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+        png_set_compression_level(png_, 3);
+        png_write_info(png_, info_);
+        if (type != PNG_COLOR_TYPE_GRAY)
+            png_set_bgr(png_); // the reader delivers blue first
+    }
+    ~PngSink() override {
+        if (png_)
+            png_destroy_write_struct(&png_, &info_);
+        if (file_)
+            std::fclose(file_);
+    }
+    bool Write(const uint8_t *row) override {
+        if (failed_ || setjmp(png_jmpbuf(png_)))
+            return failed_ = true, false;
+        png_write_row(png_, row);
+        return true;
+    }
+    bool Finish() override {
+        if (failed_ || setjmp(png_jmpbuf(png_)))
+            return false;
+        png_write_end(png_, nullptr);
+        const bool ok = std::fclose(file_) == 0;
+        file_ = nullptr;
+        return ok;
+    }
+
+private:
+    std::FILE *file_;
+    uint32_t width_;
+    int32_t format_;
+    png_structp png_ = nullptr;
+    png_infop info_ = nullptr;
+    bool failed_ = false;
+};
+#endif
+
+std::unique_ptr<RowSink> OpenSink(const ReadRequest &request, const SidInterface &reader,
+                                  size_t rowBytes, std::string &error) {
+    std::FILE *file = std::fopen(request.output.c_str(), "wb");
+    if (!file)
+        return error = "cannot create " + request.output, nullptr;
+    if (!EndsWith(request.output, ".png"))
+        return std::make_unique<RawSink>(file, rowBytes);
+#ifdef IOSID_HAVE_PNG
+    return std::make_unique<PngSink>(file, reader.GetWidth(), reader.GetHeight(),
+                                     reader.GetFormat());
+#else
+    std::fclose(file);
+    (void)reader;
+    return error = "this build writes raw output only (no PNG library)", nullptr;
+#endif
+}
+
+struct Progress {
+    bool enabled = false;
+    std::chrono::steady_clock::time_point last;
+    void Update(uint32_t done, uint32_t total) {
+        if (!enabled)
+            return;
+        const auto now = std::chrono::steady_clock::now();
+        if (done != total && now - last < std::chrono::milliseconds(200))
+            return;
+        last = now;
+        std::fprintf(stderr, "\rreading rows: %3u%%", total ? done * 100u / total : 100u);
+        if (done == total)
+            std::fprintf(stderr, "\n");
+    }
+};
+
+bool ReadAllRows(SidInterface &reader, RowSink &sink, std::string &error) {
+    const size_t bufferBytes = size_t{reader.GetWidth()} * 4 + 1;
+    std::vector<uint8_t> row(bufferBytes);
+    Progress progress;
+    progress.enabled = isatty(fileno(stderr)) && reader.GetHeight() >= 2048;
+    for (uint32_t y = 0; y < reader.GetHeight(); ++y) {
+        if (!reader.ReadScanline(y, row.data()))
+            return error = shr::WtoA(reader.GetErrorText()), false;
+        if (!sink.Write(row.data()))
+            return error = "writing the output failed", false;
+        progress.Update(y + 1, reader.GetHeight());
+    }
+    if (!sink.Finish())
+        return error = "writing the output failed", false;
+    return true;
+}
+
+std::string WarpText(SidInterface &reader, bool json);
+
+void PrintSummary(const ReadRequest &request, SidInterface &reader) {
+    const std::string warp = WarpText(reader, request.json);
+    if (request.json) {
+        std::printf("{\"file\": \"%s\", \"output\": \"%s\", \"width\": %u, \"height\": %u, "
+                    "\"bitsPerPixel\": %d, \"scale\": %u, \"maxScale\": %u, \"warp\": %s}\n",
+                    JsonEscape(request.input).c_str(), JsonEscape(request.output).c_str(),
+                    reader.GetWidth(), reader.GetHeight(), reader.GetBitsPerPixel(),
+                    reader.GetScale(), reader.GetMaxScale(), warp.c_str());
+        return;
+    }
+    std::printf("output: %s, %u x %u, %d bits per pixel\n", request.output.c_str(),
+                reader.GetWidth(), reader.GetHeight(), reader.GetBitsPerPixel());
+    std::printf("scale: %u (maximum %u)\n", reader.GetScale(), reader.GetMaxScale());
+    std::printf("%s", warp.c_str());
+}
+
+#ifdef IOSID_SID_GEOREFERENCE
+std::string WarpText(SidInterface &reader, bool json) {
+    gcs::GCSDef gcsDef;
+    reader.Georeference(gcsDef);
+    const gcs::WarpDef *warp = gcsDef.GetWarp();
+    std::string text = json ? "[" : "";
+    if (warp == nullptr || warp->GetNumPoints() == 0)
+        return json ? "[]" : "georeferencing: none\n";
+    if (!json)
+        text = "georeferencing: " + std::to_string(warp->GetNumPoints()) + "-point warp (method " +
+               std::to_string(static_cast<int>(warp->GetMethod())) + ")\n";
+    char line[256];
+    for (size_t i = 0; i < warp->GetNumPoints(); ++i) {
+        const shr::Vec2d s = warp->GetSourcePoint(i), d = warp->GetDestinationPoint(i);
+        std::snprintf(line, sizeof line,
+                      json ? "%s{\"pixel\": [%.17g, %.17g], \"map\": [%.17g, %.17g]}"
+                           : "%s  pixel (%.10g, %.10g) -> map (%.10g, %.10g)\n",
+                      json && i ? ", " : "", s.x, s.y, d.x, d.y);
+        text += line;
+    }
+    return json ? text + "]" : text;
+}
+#else
+std::string WarpText(SidInterface &, bool json) {
+    return json ? "null" : "georeferencing: not available in this build\n";
+}
+#endif
+
+int RunRead(const std::vector<std::string> &args) {
+    ReadRequest request;
+    std::string error;
+    if (!ParseRequest(args, request, error)) {
+        std::fprintf(stderr, "iosid read: %s\n", error.c_str());
+        return kExitUsage;
+    }
+    SidInterface reader;
+    reader.SetFormat(request.format);
+    if (!reader.Open(shr::AtoW(request.input))) {
+        std::fprintf(stderr, "iosid read: %s\n", shr::WtoA(reader.GetErrorText()).c_str());
+        return kExitFailure;
+    }
+    if (!reader.SetScale(request.scale)) {
+        std::fprintf(stderr, "iosid read: scale %u is not offered (a power of two up to %u)\n",
+                     request.scale, reader.GetMaxScale());
+        return kExitUsage;
+    }
+    if (request.hasRegion)
+        reader.SetRegion(request.region[0], request.region[1], request.region[2],
+                         request.region[3]);
+    if (reader.GetWidth() == 0 || reader.GetHeight() == 0) {
+        std::fprintf(stderr, "iosid read: the region is smaller than one output pixel\n");
+        return kExitUsage;
+    }
+    const size_t rowBytes = (size_t{reader.GetWidth()} * reader.GetBitsPerPixel() + 7) / 8;
+    auto sink = OpenSink(request, reader, rowBytes, error);
+    if (!sink || !ReadAllRows(reader, *sink, error)) {
+        std::fprintf(stderr, "iosid read: %s\n", error.c_str());
+        return kExitFailure;
+    }
+    PrintSummary(request, reader);
+    return 0;
+}
+
+const RegisterCommand kRead({"read",
+                             "FILE -o OUT [--scale S] [--region L,T,R,B] [--format 1|4|8|24|32] "
+                             "[--json]   (OUT.png or raw rows)",
+                             RunRead});
+
+} // namespace
+} // namespace iosid

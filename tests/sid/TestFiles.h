@@ -1,0 +1,37 @@
+// Scratch files for the reader tests, written under the test's build directory.
+#pragma once
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace sidtest {
+
+inline std::string ScratchPath(const std::string &name) {
+    return std::string(IOSID_BUILD_DIR) + "/" + name;
+}
+
+inline std::wstring Wide(const std::string &s) { return std::wstring(s.begin(), s.end()); }
+
+// Writes `bytes` to a scratch file and returns its path.
+inline std::string WriteScratch(const std::string &name, const std::string &bytes) {
+    const std::string path = ScratchPath(name);
+    if (std::FILE *f = std::fopen(path.c_str(), "wb")) {
+        std::fwrite(bytes.data(), 1, bytes.size(), f);
+        std::fclose(f);
+    }
+    return path;
+}
+
+inline std::string ReadWhole(const std::string &path) {
+    std::string bytes;
+    if (std::FILE *f = std::fopen(path.c_str(), "rb")) {
+        char buf[65536];
+        size_t n;
+        while ((n = std::fread(buf, 1, sizeof buf, f)) > 0)
+            bytes.append(buf, n);
+        std::fclose(f);
+    }
+    return bytes;
+}
+
+} // namespace sidtest
