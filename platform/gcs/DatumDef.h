@@ -65,7 +65,7 @@ public:
 
     // What a coordinate system refuses (GCSDef::SetDatum): a method value that is not a
     // DatumMethod, a value that is not finite, a prime meridian outside [-180, 180], and an
-    // ellipsoid that is present (major radius set) but not valid. why (optional) says what
+    // ellipsoid that is present (not unknown) but not valid. why (optional) says what
     // is wrong.
     bool Validate(std::wstring *why = nullptr) const;
 

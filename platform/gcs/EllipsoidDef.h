@@ -5,7 +5,7 @@
 
 namespace gcs {
 
-// A plain value type. A default-constructed ellipsoid is unknown (major radius 0). An
+// A plain value type. A default-constructed ellipsoid is unknown (no dimensions). An
 // ellipsoid from the known list carries its EPSG code and name; one made from dimensions
 // alone is custom (code 0). Radii are in metres; the flattening is (major - minor) / major.
 class EllipsoidDef {
@@ -31,8 +31,9 @@ public:
     const std::wstring &GetName() const { return name_; }
     void SetName(const std::wstring &name) { name_ = name; }
 
-    // No dimensions: the major radius is not positive.
-    bool IsUnknown() const { return !(major_ > 0.0); }
+    // No dimensions at all (all three zero), as a default-constructed ellipsoid. Any other
+    // values, even invalid ones, make the ellipsoid present.
+    bool IsUnknown() const { return major_ == 0.0 && minor_ == 0.0 && flattening_ == 0.0; }
     bool IsCustom() const { return posc_ == 0 && !IsUnknown(); }
     bool IsSphere() const { return !IsUnknown() && flattening_ == 0.0; }
     // Finite, positive radii, 0 <= flattening < 1 and minor = major * (1 - flattening)

@@ -23,6 +23,7 @@ struct EllipsoidRow {
     double major;
     double minor;
     double flattening;
+    int16_t datumCount; // how many datums use it, to prefer common ones among equals
     const char *name;
     const char *token;
 };

@@ -47,6 +47,14 @@ bool SameToken(std::string_view a, std::string_view b) {
     });
 }
 
+// Among equally close ellipsoids: current before deprecated, then the one more datums use
+// (GRS 1980 rather than CGCS2000, which has the same dimensions).
+bool PreferOnTie(const epsg::EllipsoidRow &candidate, const epsg::EllipsoidRow &best) {
+    if (candidate.deprecated != best.deprecated)
+        return !candidate.deprecated;
+    return candidate.datumCount > best.datumCount;
+}
+
 } // namespace
 
 int EllipsoidList::Last() const {
@@ -111,9 +119,8 @@ int EllipsoidList::FindByDimensions(double majorRadius, double flattening, doubl
         if (majorDifference > majorTolerance || flatteningDifference > flatteningTolerance)
             continue;
         const double distance = majorDifference + row->major * flatteningDifference;
-        const bool better = best < 0 || distance < bestDistance ||
-                            (distance == bestDistance && IsDeprecated(best) && !row->deprecated);
-        if (better) {
+        if (best < 0 || distance < bestDistance ||
+            (distance == bestDistance && PreferOnTie(*row, *Row(best)))) {
             best = i;
             bestDistance = distance;
         }

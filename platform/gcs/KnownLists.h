@@ -94,8 +94,8 @@ public:
     // The closest ellipsoid with the major radius within majorTolerance metres and the
     // flattening within flatteningTolerance. Closeness is |major difference| + major *
     // |flattening difference| (both in metres); when equally close, current ellipsoids come
-    // before deprecated ones, then the lower code. -1 when none, or for values that are not
-    // finite.
+    // before deprecated ones, then the one more datums use, then the lower code. -1 when
+    // none, or for values that are not finite.
     int FindByDimensions(double majorRadius, double flattening, double majorTolerance = 0.001,
                          double flatteningTolerance = 1e-9) const;
 };

@@ -49,7 +49,7 @@ class Emitter:
     def ellipsoids(self, ellipsoids):
         self.table("EllipsoidRow", "kEllipsoids", (
             f"{e['code']}, {cpp_bool(e['deprecated'])}, {cpp_double(e['major'])}, "
-            f"{cpp_double(e['minor'])}, {cpp_double(e['flattening'])}, "
+            f"{cpp_double(e['minor'])}, {cpp_double(e['flattening'])}, {e['uses']}, "
             f"{cpp_string(e['name'])}, {cpp_string(e['token'])}" for e in ellipsoids))
 
     def datums(self, datums):

@@ -62,7 +62,7 @@ def read_ellipsoids(db, units):
             minor = units_mod.length_to_metres(minor, uom, units)
             flattening = (major - minor) / major
         result.append({"code": code, "name": name, "major": major, "minor": minor,
-                       "flattening": flattening, "deprecated": bool(deprecated)})
+                       "flattening": flattening, "deprecated": bool(deprecated), "uses": 0})
     assign_tokens(result)
     return result
 

@@ -32,6 +32,8 @@ def build(db):
     linear, units_left_out = epsg_read.linear_units(units)
     ellipsoids = epsg_read.read_ellipsoids(db, units)
     datums = epsg_read.read_datums(db, units, index_by_code(ellipsoids))
+    for datum in datums:
+        ellipsoids[datum["ellipsoid"]]["uses"] += 1
     cs_units = epsg_systems.axis_units(db)
     geographic, geo_left_out = epsg_systems.read_geographic(db, cs_units)
     projected, proj_left_out = epsg_systems.read_projected(
