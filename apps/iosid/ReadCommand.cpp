@@ -7,6 +7,7 @@
 
 #ifdef IOSID_SID_GEOREFERENCE
 #include "gcs/GCSDef.h"
+#include "gcs/ProjectionDef.h"
 #include "gcs/WarpDef.h"
 #endif
 #ifdef IOSID_HAVE_PNG
@@ -253,11 +254,12 @@ std::string WarpText(SidInterface &reader, bool json);
 void PrintSummary(const ReadRequest &request, SidInterface &reader) {
     const std::string warp = WarpText(reader, request.json);
     if (request.json) {
-        std::printf("{\"file\": \"%s\", \"output\": \"%s\", \"width\": %u, \"height\": %u, "
-                    "\"bitsPerPixel\": %d, \"scale\": %u, \"maxScale\": %u, \"warp\": %s}\n",
-                    JsonEscape(request.input).c_str(), JsonEscape(request.output).c_str(),
-                    reader.GetWidth(), reader.GetHeight(), reader.GetBitsPerPixel(),
-                    reader.GetScale(), reader.GetMaxScale(), warp.c_str());
+        std::printf(
+            "{\"file\": \"%s\", \"output\": \"%s\", \"width\": %u, \"height\": %u, "
+            "\"bitsPerPixel\": %d, \"scale\": %u, \"maxScale\": %u, \"georeferencing\": %s}\n",
+            JsonEscape(request.input).c_str(), JsonEscape(request.output).c_str(),
+            reader.GetWidth(), reader.GetHeight(), reader.GetBitsPerPixel(), reader.GetScale(),
+            reader.GetMaxScale(), warp.c_str());
         return;
     }
     std::printf("output: %s, %u x %u, %d bits per pixel\n", request.output.c_str(),
@@ -267,18 +269,36 @@ void PrintSummary(const ReadRequest &request, SidInterface &reader) {
 }
 
 #ifdef IOSID_SID_GEOREFERENCE
+std::string SystemText(const gcs::GCSDef &gcsDef, bool json) {
+    const gcs::ProjectionDef *projection = gcsDef.GetProjection();
+    const double unit =
+        projection ? projection->GetParameter(gcs::ProjectionParameterID::LinearScale) : 0.0;
+    const std::string name = shr::WtoA(gcsDef.GetName());
+    char text[512];
+    if (json)
+        std::snprintf(text, sizeof text, "\"posc\": %d, \"name\": \"%s\", \"linearScale\": %.17g",
+                      gcsDef.GetPOSC(), JsonEscape(name).c_str(), unit);
+    else if (gcsDef.GetPOSC() != 0 || projection)
+        std::snprintf(text, sizeof text, "coordinate system: EPSG %d %s (%.10g units per metre)\n",
+                      gcsDef.GetPOSC(), name.c_str(), unit);
+    else
+        std::snprintf(text, sizeof text, "coordinate system: none\n");
+    return text;
+}
+
 std::string WarpText(SidInterface &reader, bool json) {
     gcs::GCSDef gcsDef;
     reader.Georeference(gcsDef);
     const gcs::WarpDef *warp = gcsDef.GetWarp();
-    std::string text = json ? "[" : "";
-    if (warp == nullptr || warp->GetNumPoints() == 0)
-        return json ? "[]" : "georeferencing: none\n";
+    const size_t points = warp ? warp->GetSourcePointCount() : 0;
+    std::string text =
+        json ? "{" + SystemText(gcsDef, true) + ", \"points\": [" : SystemText(gcsDef, false);
     if (!json)
-        text = "georeferencing: " + std::to_string(warp->GetNumPoints()) + "-point warp (method " +
-               std::to_string(static_cast<int>(warp->GetMethod())) + ")\n";
+        text += points ? "warp: " + std::to_string(points) + " points (method " +
+                             std::to_string(static_cast<int>(warp->GetMethod())) + ")\n"
+                       : "warp: none\n";
     char line[256];
-    for (size_t i = 0; i < warp->GetNumPoints(); ++i) {
+    for (size_t i = 0; i < points; ++i) {
         const shr::Vec2d s = warp->GetSourcePoint(i), d = warp->GetDestinationPoint(i);
         std::snprintf(line, sizeof line,
                       json ? "%s{\"pixel\": [%.17g, %.17g], \"map\": [%.17g, %.17g]}"
@@ -286,7 +306,7 @@ std::string WarpText(SidInterface &reader, bool json) {
                       json && i ? ", " : "", s.x, s.y, d.x, d.y);
         text += line;
     }
-    return json ? text + "]" : text;
+    return json ? text + "]}" : text;
 }
 #else
 std::string WarpText(SidInterface &, bool json) {
