@@ -1,0 +1,141 @@
+// Every fixture image: directories, layout tags and pixels compared with libtiff.
+#include "PeerSupport.h"
+
+#include "Subsystems/TiffImage/TiffRead.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> FixtureFiles() {
+    std::vector<std::string> files;
+    for (const char *folder : {"tiff", "geotiff"}) {
+        for (const auto &entry :
+             fs::directory_iterator(std::string(IOSID_TESTDATA) + "/" + folder)) {
+            const std::string ext = entry.path().extension().string();
+            if (ext == ".tif" || ext == ".tiff")
+                files.push_back(entry.path().string());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+// Compressions we do not decode: CCITT, old JPEG, JPEG, LogLuv, WebP.
+bool IsUndecodedCompression(uint16_t c) {
+    return c == 2 || c == 3 || c == 4 || c == 6 || c == 7 || c == 34676 || c == 50001;
+}
+
+// Where our required rules give a different result from libtiff's.
+struct KnownDifference {
+    const char *reason;
+    int32_t code;
+};
+const std::map<std::string, KnownDifference> kDifferences = {
+    {"test_float64_predictor2_be_lzw.tif",
+     {"predictor 2 is undone only on 8, 16 and 32-bit samples; libtiff also does 64-bit", -5}},
+    {"test_float64_predictor2_le_lzw.tif",
+     {"predictor 2 is undone only on 8, 16 and 32-bit samples; libtiff also does 64-bit", -5}},
+    {"deflate-last-strip-extra-data.tiff",
+     {"a Deflate strip must decode to exactly its size; libtiff ignores data after it", -5}},
+};
+
+// Layout tags and strip or tile tables of one directory agree with libtiff's.
+void CompareTags(const peer::LibtiffLayout &lt, const tiff::TiffDirectory &dir,
+                 const std::string &where) {
+    EXPECT_EQ(dir.GetUInt(256, 0), lt.width) << where;
+    EXPECT_EQ(dir.GetUInt(257, 0), lt.height) << where;
+    EXPECT_EQ(dir.GetUInt(258, 1), lt.bps) << where;
+    EXPECT_EQ(dir.GetUInt(259, 1), lt.compression) << where;
+    EXPECT_EQ(dir.GetUInt(277, 1), lt.spp) << where;
+    EXPECT_EQ(dir.GetUInt(284, 1), lt.planar) << where;
+    EXPECT_EQ(dir.GetUInt(262, 0), lt.photometric) << where;
+    const tiff::TiffEntry *offsets = dir.Find(lt.tiled ? 324 : 273);
+    const tiff::TiffEntry *counts = dir.Find(lt.tiled ? 325 : 279);
+    if (offsets == nullptr || counts == nullptr)
+        return;
+    ASSERT_EQ(offsets->count, lt.offsets.size()) << where;
+    for (size_t i = 0; i < lt.offsets.size(); ++i) {
+        ASSERT_EQ(offsets->GetUInt(i), lt.offsets[i]) << where << " chunk " << i;
+        ASSERT_EQ(counts->GetUInt(i), lt.byteCounts[i]) << where << " chunk " << i;
+    }
+}
+
+std::string Describe(const shr::ErrorRecord &e) {
+    const std::wstring text = e.Describe();
+    return std::string(text.begin(), text.end());
+}
+
+class FixturePeer : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(FixturePeer, MatchesLibtiff) {
+    const std::string path = GetParam();
+    const std::string name = fs::path(path).filename().string();
+    tiff::CTiffReader reader;
+    ASSERT_TRUE(reader.Open(peer::Wide(path))) << Describe(reader.Error());
+    const unsigned count = peer::LibtiffDirectoryCount(path);
+    ASSERT_EQ(reader.Directories().size(), count);
+    for (unsigned d = 0; d < count; ++d) {
+        const std::string where = name + " directory " + std::to_string(d);
+        peer::LibtiffLayout layout;
+        ASSERT_TRUE(peer::LibtiffDescribe(path, d, layout)) << where;
+        CompareTags(layout, reader.Directories()[d], where);
+        peer::Raster ours;
+        shr::ErrorRecord error;
+        const bool ok = peer::OurRead(path, d, ours, error);
+        if (IsUndecodedCompression(layout.compression)) {
+            EXPECT_FALSE(ok) << where;
+            EXPECT_EQ(error.code, -6) << where;
+            continue;
+        }
+        peer::Raster theirs;
+        std::string message;
+        ASSERT_TRUE(peer::LibtiffRead(path, d, theirs, message)) << where << ": " << message;
+        if (auto diff = kDifferences.find(name); diff != kDifferences.end()) {
+            EXPECT_FALSE(ok) << where << ": " << diff->second.reason;
+            EXPECT_EQ(error.code, diff->second.code) << where << ": " << diff->second.reason;
+            continue;
+        }
+        ASSERT_TRUE(ok) << where << ": " << Describe(error);
+        EXPECT_TRUE(ours.bytes == theirs.bytes) << where;
+        EXPECT_EQ(peer::CompareWindows(path, d, theirs), "") << where;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Fixtures, FixturePeer, ::testing::ValuesIn(FixtureFiles()),
+                         [](const auto &info) {
+                             std::string name = fs::path(info.param).filename().string();
+                             for (char &c : name)
+                                 if (!std::isalnum(static_cast<unsigned char>(c)))
+                                     c = '_';
+                             return name;
+                         });
+
+TEST(FixturePeer, GeoTiffTagsMatchLibtiff) {
+    const std::string path = std::string(IOSID_TESTDATA) + "/geotiff/byte.tif";
+    tiff::CTiffReader reader;
+    ASSERT_TRUE(reader.Open(peer::Wide(path)));
+    const auto &dir = reader.Directories()[0];
+    for (uint16_t tag : {33550, 33922}) {
+        const std::vector<double> theirs = peer::LibtiffDoubles(path, 0, tag);
+        const tiff::TiffEntry *e = dir.Find(tag);
+        ASSERT_NE(e, nullptr);
+        ASSERT_EQ(e->count, theirs.size());
+        ASSERT_FALSE(theirs.empty());
+        for (size_t i = 0; i < theirs.size(); ++i)
+            EXPECT_EQ(e->GetDouble(i), theirs[i]) << tag << "[" << i << "]";
+    }
+    const std::vector<uint16_t> keys = peer::LibtiffShorts(path, 0, 34735);
+    const tiff::TiffEntry *e = dir.Find(34735);
+    ASSERT_EQ(e->count, keys.size());
+    for (size_t i = 0; i < keys.size(); ++i)
+        EXPECT_EQ(e->GetUInt(i), keys[i]) << i;
+}
+
+} // namespace
