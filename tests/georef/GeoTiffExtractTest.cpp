@@ -1,0 +1,605 @@
+// Coordinate system extraction: the projected part, the datum chain, ESRI strings and the
+// assembly onto a GCSDef.
+#include "georef/GeoTiffExtract.h"
+#include "GeoTiffTestFiles.h"
+#include "gcs/KnownLists.h"
+#include "georef/GeoTiffPCS.h"
+#include "georef/GeoTiffParams.h"
+#include "georef/GeoTiffStatus.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+using namespace georef;
+using gcs::DatumMethod;
+using gcs::DatumParameterID;
+using gcs::ProjectionMethod;
+using georeftest::GeoTiffBuilder;
+
+namespace {
+
+constexpr uint16_t kUser = 32767;
+
+GeoTiffPieces Decide(GeoTiffParams params) {
+    GeoTiffPieces pieces;
+    EXPECT_TRUE(GeoTiffDecide(params, nullptr, 1, pieces));
+    return pieces;
+}
+
+GeoTiffParams Projected(uint16_t coordTrans) {
+    GeoTiffParams p;
+    p.GTModelType = 1;
+    p.ProjectedCSType = kUser;
+    p.ProjCoordTrans = coordTrans;
+    return p;
+}
+
+const gcs::ProjectionParameters &Params(const GeoTiffPieces &pieces) {
+    return pieces.projection.GetParameters();
+}
+
+int32_t EllipsoidCode(const gcs::EllipsoidDef &e) { return e.GetPOSC(); }
+
+TEST(GeoTiffExtractPCS, LinearAndAngularUnits) {
+    GeoTiffParams feet = Projected(1);
+    feet.ProjLinearUnits = 9002;
+    feet.ProjFalseEasting = 1640419.9475065616;
+    GeoTiffPieces pieces = Decide(feet);
+    EXPECT_NEAR(Params(pieces).xOrg, 500000.0, 1e-9);
+    EXPECT_EQ(Params(pieces).linearScale, 3.280839895013123);
+    EXPECT_EQ(pieces.linearUnitsPerMeter, 3.280839895013123);
+
+    GeoTiffParams radians = Projected(1);
+    radians.GeogAngularUnits = 9101;
+    radians.ProjOriginLong = 0.1;
+    EXPECT_EQ(Params(Decide(radians)).lon0, 5.729577951308233);
+
+    const std::pair<uint16_t, double> factors[] = {{9101, 57.29577951308232},
+                                                   {9103, 1.0 / 60},
+                                                   {9104, 1.0 / 3600},
+                                                   {9102, 1.0},
+                                                   {9105, 1.0},
+                                                   {0, 1.0}};
+    for (auto [units, factor] : factors) {
+        GeoTiffParams p;
+        p.GeogAngularUnits = units;
+        EXPECT_DOUBLE_EQ(GeoTiffAngularFactor(p), factor) << units;
+    }
+    const struct {
+        uint16_t units;
+        double size;
+        double expected;
+    } linear[] = {{0, 0.0, 1.0},     {9001, 0.0, 1.0},  {12345, 0.0, 1.0},
+                  {kUser, 0.5, 2.0}, {0, 0.25, 4.0},    {9002, 0.5, 3.280839895013123},
+                  {kUser, 0.0, 1.0}, {9036, 0.0, 0.001}};
+    for (const auto &c : linear) {
+        GeoTiffParams p;
+        p.ProjLinearUnits = c.units;
+        p.ProjLinearUnitSize = c.size;
+        EXPECT_EQ(GeoTiffLinearUnitsPerMeter(p), c.expected) << c.units << " " << c.size;
+    }
+}
+
+TEST(GeoTiffExtractPCS, MethodFormsFromKeys) {
+    struct Case {
+        const char *what;
+        std::function<void(GeoTiffParams &)> keys;
+        ProjectionMethod method;
+        std::function<void(const gcs::ProjectionParameters &)> check;
+    } cases[] = {
+        {"UTM north from Projection", [](GeoTiffParams &p) { p.Projection = 16032; },
+         ProjectionMethod::UTM,
+         [](const auto &q) {
+             EXPECT_EQ(q.lon0, 9.0);
+             EXPECT_EQ(q.south, 0);
+         }},
+        {"UTM south from Projection", [](GeoTiffParams &p) { p.Projection = 16132; },
+         ProjectionMethod::UTM,
+         [](const auto &q) {
+             EXPECT_EQ(q.lon0, 9.0);
+             EXPECT_EQ(q.south, 1);
+         }},
+        {"codes 16000 and 16100 give 177", [](GeoTiffParams &p) { p.Projection = 16100; },
+         ProjectionMethod::UTM, [](const auto &q) { EXPECT_EQ(q.lon0, 177.0); }},
+        {"zone 60", [](GeoTiffParams &p) { p.Projection = 16060; }, ProjectionMethod::UTM,
+         [](const auto &q) { EXPECT_EQ(q.lon0, 177.0); }},
+        {"zone 1 keeps a longitude from the keys",
+         [](GeoTiffParams &p) {
+             p.Projection = 16001;
+             p.ProjOriginLong = -100;
+         },
+         ProjectionMethod::UTM, [](const auto &q) { EXPECT_EQ(q.lon0, -100.0); }},
+        {"16061 is no UTM code", [](GeoTiffParams &p) { p.Projection = 16061; },
+         ProjectionMethod::TransverseMercator, [](const auto &q) { EXPECT_EQ(q.south, 0); }},
+        {"polar stereographic is always north",
+         [](GeoTiffParams &p) {
+             p.ProjCoordTrans = 15;
+             p.ProjOriginLat = -71;
+             p.ProjStraightVertPoleLong = 70;
+         },
+         ProjectionMethod::Stereographic,
+         [](const auto &q) {
+             EXPECT_EQ(q.lat0, 90.0);
+             EXPECT_EQ(q.lat1, -71.0);
+             EXPECT_EQ(q.lon0, 70.0);
+         }},
+        {"polar stereographic with the latitude in the scale key",
+         [](GeoTiffParams &p) {
+             p.ProjCoordTrans = 15;
+             p.ProjScaleAtOrigin = -90;
+         },
+         ProjectionMethod::Stereographic,
+         [](const auto &q) {
+             EXPECT_EQ(q.lat0, 90.0);
+             EXPECT_EQ(q.scaleFactor, 1.0);
+         }},
+        {"equal standard parallels make one",
+         [](GeoTiffParams &p) {
+             p.ProjCoordTrans = 8;
+             p.ProjStdParallel = p.ProjStdParallel2 = 45;
+         },
+         ProjectionMethod::LambertConformalConic1SP, [](const auto &) {}},
+        {"parallels just under 1e-5 apart",
+         [](GeoTiffParams &p) {
+             p.ProjCoordTrans = 8;
+             p.ProjStdParallel = 45;
+             p.ProjStdParallel2 = 45.000009;
+         },
+         ProjectionMethod::LambertConformalConic1SP, [](const auto &) {}},
+        {"parallels just over 1e-5 apart",
+         [](GeoTiffParams &p) {
+             p.ProjCoordTrans = 8;
+             p.ProjStdParallel = 45;
+             p.ProjStdParallel2 = 45.000011;
+         },
+         ProjectionMethod::LambertConformalConic2SP, [](const auto &) {}},
+        {"oblique Mercator without azimuth is the two-point form",
+         [](GeoTiffParams &p) {
+             p.ProjCoordTrans = 3;
+             p.ProjOriginLong = -120;
+             p.ProjCenterLong = -110;
+         },
+         ProjectionMethod::HotineObliqueMercatorTwoPoint,
+         [](const auto &q) {
+             EXPECT_EQ(q.lon1, -120.0);
+             EXPECT_EQ(q.lon2, -110.0);
+             EXPECT_EQ(q.option, 257);
+         }},
+        {"oblique Mercator with an azimuth",
+         [](GeoTiffParams &p) {
+             p.ProjCoordTrans = 3;
+             p.ProjCenterLong = -123;
+             p.ProjCenterLat = 45;
+             p.ProjAzimuthAngle = 295;
+             p.ProjScaleAtOrigin = 0.5;
+             p.ProjScaleAtCenter = 0.9996;
+         },
+         ProjectionMethod::HotineObliqueMercator,
+         [](const auto &q) {
+             EXPECT_EQ(q.lon0, -123.0);
+             EXPECT_EQ(q.lon1, -123.0); // the second longitude from Lon0
+             EXPECT_EQ(q.lat0, 45.0);
+             EXPECT_EQ(q.azimuth, 295.0);
+             EXPECT_EQ(q.scaleFactor, 0.9996); // the centre's scale wins
+             EXPECT_EQ(q.option, 257);
+         }},
+        {"spherical oblique Mercator takes both longitudes",
+         [](GeoTiffParams &p) {
+             p.ProjCoordTrans = 6;
+             p.ProjOriginLong = 5;
+             p.ProjCenterLong = 7;
+         },
+         ProjectionMethod::ObliqueMercatorSpherical,
+         [](const auto &q) {
+             EXPECT_EQ(q.lon1, 5.0);
+             EXPECT_EQ(q.lon2, 7.0);
+         }},
+        {"azimuthal equal area copies Lat0 to Lat1",
+         [](GeoTiffParams &p) {
+             p.ProjCoordTrans = 10;
+             p.ProjCenterLat = 52;
+             p.ProjCenterLong = 10;
+         },
+         ProjectionMethod::LambertAzimuthalEqualArea,
+         [](const auto &q) {
+             EXPECT_EQ(q.lat0, 52.0);
+             EXPECT_EQ(q.lat1, 52.0);
+         }},
+        {"the first nonzero origin and false origin keys win",
+         [](GeoTiffParams &p) {
+             p.ProjCoordTrans = 8;
+             p.ProjFalseOriginLong = 4;
+             p.ProjFalseOriginLat = 50;
+             p.ProjOriginLat = 0; // zero: not taken
+             p.ProjFalseEasting = 0;
+             p.ProjFalseOriginEasting = 150000;
+             p.ProjCenterEasting = 7;
+             p.ProjCenterNorthing = 5400000;
+             p.ProjStdParallel = 49;
+             p.ProjStdParallel2 = 51;
+         },
+         ProjectionMethod::LambertConformalConic2SP,
+         [](const auto &q) {
+             EXPECT_EQ(q.lon0, 4.0);
+             EXPECT_EQ(q.lat0, 50.0);
+             EXPECT_EQ(q.xOrg, 150000.0);
+             EXPECT_EQ(q.yOrg, 5400000.0);
+             EXPECT_EQ(q.lat1, 49.0);
+             EXPECT_EQ(q.lat2, 51.0);
+             EXPECT_EQ(q.scaleFactor, 1.0);
+             EXPECT_EQ(q.linearScale, 1.0);
+         }},
+        {"an unknown transformation is a local grid",
+         [](GeoTiffParams &p) { p.ProjCoordTrans = 9; }, ProjectionMethod::Planar,
+         [](const auto &) {}},
+    };
+    for (const Case &c : cases) {
+        GeoTiffParams p = Projected(1);
+        c.keys(p);
+        const GeoTiffPieces pieces = Decide(p);
+        EXPECT_EQ(pieces.projection.GetMethod(), c.method) << c.what;
+        SCOPED_TRACE(c.what);
+        c.check(Params(pieces));
+    }
+}
+
+TEST(GeoTiffExtractPCS, PredefinedSystemWithGapsFilled) {
+    GeoTiffParams p = Projected(0);
+    p.ProjectedCSType = 32632;
+    p.ProjLinearUnits = 9002;
+    p.ProjOriginLat = 10;      // UTM's latitude of origin is 0: filled
+    p.ProjOriginLong = 3;      // already 9: kept
+    p.ProjScaleAtOrigin = 0.5; // the scale factor always follows the key
+    const GeoTiffPieces pieces = Decide(p);
+    const gcs::ProjectionParameters &q = Params(pieces);
+    EXPECT_EQ(q.method, ProjectionMethod::UTM);
+    EXPECT_EQ(q.lon0, 9.0);
+    EXPECT_EQ(q.lat0, 10.0);
+    EXPECT_EQ(q.scaleFactor, 0.5);
+    EXPECT_EQ(q.linearScale, 3.280839895013123);
+    EXPECT_EQ(pieces.datum.GetPOSC(), 6326);
+    EXPECT_EQ(EllipsoidCode(q.ellipsoid), 7030);
+}
+
+TEST(GeoTiffExtractPCS, MissingOutputsAndOtherModels) {
+    GeoTiffParams p = Projected(1);
+    gcs::ProjectionDef projection;
+    gcs::DatumDef datum;
+    gcs::WarpDef warp;
+    EXPECT_FALSE(GeoTiffExtractPCS(p, nullptr, &datum, &warp, nullptr));
+    EXPECT_FALSE(GeoTiffExtractPCS(p, &projection, nullptr, &warp, nullptr));
+    EXPECT_FALSE(GeoTiffExtractPCS(p, &projection, &datum, nullptr, nullptr));
+    p.GTModelType = 2;
+    p.ProjFalseEasting = 10;
+    p.ProjLinearUnits = 9002;
+    double u = -1;
+    EXPECT_TRUE(GeoTiffExtractPCS(p, &projection, &datum, &warp, &u));
+    EXPECT_EQ(u, -1);                  // not a projected model: nothing computed
+    EXPECT_EQ(p.ProjFalseEasting, 10); // nor converted
+    EXPECT_TRUE(projection.IsUnknown(false));
+}
+
+TEST(GeoTiffDecide, EllipsoidsFromKeys) {
+    struct Case {
+        const char *what;
+        uint16_t ellipsoid;
+        double major, minor, inverseFlattening;
+        int32_t code;      // expected EPSG code; 0 custom; -1 none (Clarke 1866 fallback)
+        double flattening; // for custom ones
+    } cases[] = {
+        {"by code", 7022, 0, 0, 0, 7022, 0},
+        {"by dimensions", kUser, 6378137, 0, 298.257223563, 7030, 0},
+        {"by axes", kUser, 6378206.4, 6356583.8, 0, 7008, 0},
+        {"custom", kUser, 6378000, 0, 300, 0, 1.0 / 300},
+        {"custom from axes", kUser, 6378000, 6357000, 0, 0, 1 - 6357000.0 / 6378000},
+        {"a sphere not in the list", kUser, 6370000, 6370000, 0, -1, 0},
+        {"no major axis", kUser, 0, 0, 298, -1, 0},
+        {"axes without the user-defined code", 0, 6378137, 0, 298.257223563, -1, 0},
+        {"an unknown code", 7999, 0, 0, 0, -1, 0},
+    };
+    for (const Case &c : cases) {
+        GeoTiffParams p = Projected(1);
+        p.GeogEllipsoid = c.ellipsoid;
+        p.GeogSemiMajorAxis = c.major;
+        p.GeogSemiMinorAxis = c.minor;
+        p.GeogInvFlattening = c.inverseFlattening;
+        const GeoTiffPieces pieces = Decide(p);
+        const gcs::EllipsoidDef &e = pieces.projection.GetEllipsoid();
+        if (c.code < 0) {
+            EXPECT_EQ(e.GetPOSC(), 7008) << c.what; // Clarke 1866 given to the projection
+        } else {
+            EXPECT_EQ(e.GetPOSC(), c.code) << c.what;
+        }
+        if (c.code == 0) {
+            EXPECT_EQ(e.GetMajorRadius(), c.major) << c.what;
+            EXPECT_DOUBLE_EQ(e.GetFlattening(), c.flattening) << c.what;
+        }
+    }
+}
+
+TEST(GeoTiffDecide, DatumChain) {
+    struct Case {
+        const char *what;
+        std::function<void(GeoTiffParams &)> keys;
+        int32_t datum; // 0: unknown
+    } cases[] = {
+        {"geographic system's datum",
+         [](GeoTiffParams &p) {
+             p.GTModelType = 2;
+             p.GeographicType = 4326;
+             p.GeogGeodeticDatum = 6267; // the system's datum comes first
+         },
+         6326},
+        {"datum key when the system is unknown",
+         [](GeoTiffParams &p) {
+             p.GTModelType = 2;
+             p.GeographicType = kUser;
+             p.GeogGeodeticDatum = 6267;
+         },
+         6267},
+        {"geographic code plus 2000 outside the geographic model",
+         [](GeoTiffParams &p) {
+             p.GTModelType = 1;
+             p.GeographicType = 4267;
+         },
+         6267},
+        {"code plus 2000 beyond 6999 is not tried",
+         [](GeoTiffParams &p) {
+             p.GTModelType = 1;
+             p.GeographicType = 5451;
+         },
+         0},
+        {"the pseudo-Mercator sphere",
+         [](GeoTiffParams &p) {
+             *&p = Projected(7);
+             p.GeogEllipsoid = 7059;
+         },
+         6055},
+        {"a user-defined datum in the projected part",
+         [](GeoTiffParams &p) {
+             *&p = Projected(1);
+             p.GeogGeodeticDatum = kUser;
+         },
+         -1},
+        {"datum key in the projected part",
+         [](GeoTiffParams &p) {
+             *&p = Projected(1);
+             p.GeogGeodeticDatum = 6269;
+         },
+         6269},
+        {"unknown datum code",
+         [](GeoTiffParams &p) {
+             p.GTModelType = 2;
+             p.GeogGeodeticDatum = 6999;
+         },
+         0},
+    };
+    for (const Case &c : cases) {
+        GeoTiffParams p;
+        c.keys(p);
+        const GeoTiffPieces pieces = Decide(p);
+        if (c.datum > 0) {
+            EXPECT_EQ(pieces.datum.GetPOSC(), c.datum) << c.what;
+        } else if (c.datum == 0) {
+            EXPECT_TRUE(pieces.datum.IsUnknown()) << c.what;
+        } else {
+            EXPECT_TRUE(pieces.datum.IsUserDefined()) << c.what;
+            EXPECT_EQ(pieces.datum.GetEllipsoid().GetPOSC(), 7008) << c.what;
+        }
+    }
+}
+
+TEST(GeoTiffDecide, UserDefinedDatumFromToWGS84) {
+    GeoTiffParams p;
+    p.GTModelType = 2;
+    p.GeogToWGS84 = {-87, -98, -121};
+    p.GeogPrimeMeridianLong = 2.5;
+    p.GeogEllipsoid = 7022;
+    GeoTiffPieces pieces = Decide(p);
+    const gcs::DatumDef &three = pieces.datum;
+    EXPECT_EQ(three.GetMethod(), DatumMethod::ThreeParameter);
+    EXPECT_TRUE(three.IsUserDefined());
+    EXPECT_EQ(three.GetParameter(DatumParameterID::ShiftX), -87);
+    EXPECT_EQ(three.GetParameter(DatumParameterID::ShiftZ), -121);
+    EXPECT_EQ(three.GetParameter(DatumParameterID::PrimeMeridian), 2.5);
+    EXPECT_EQ(three.GetEllipsoid().GetPOSC(), 7022);
+    EXPECT_EQ(pieces.projection.GetMethod(), ProjectionMethod::Geographic);
+
+    p.GeogToWGS84 = {1, 2, 3, 4, 5, 6, 7};
+    p.GeogEllipsoid = 0;
+    pieces = Decide(p);
+    EXPECT_EQ(pieces.datum.GetMethod(), DatumMethod::SevenParameter);
+    EXPECT_EQ(pieces.datum.GetParameter(DatumParameterID::RotationX), 4);
+    EXPECT_EQ(pieces.datum.GetParameter(DatumParameterID::Scale), 7);
+    EXPECT_TRUE(pieces.datum.GetEllipsoid().IsUnknown());
+
+    for (size_t n : {1, 2, 4, 6, 8}) {
+        p.GeogToWGS84.assign(n, 1.0);
+        EXPECT_TRUE(Decide(p).datum.IsUnknown()) << n;
+    }
+}
+
+TEST(GeoTiffDecide, ProjectionGetsAnEllipsoidAndLocalGrids) {
+    GeoTiffParams p = Projected(1);
+    p.GeogGeodeticDatum = 6326;
+    EXPECT_EQ(Decide(p).projection.GetEllipsoid().GetPOSC(), 7030); // the datum's
+    p.GeogGeodeticDatum = 0;
+    EXPECT_EQ(Decide(p).projection.GetEllipsoid().GetPOSC(), 7008); // Clarke 1866
+
+    GeoTiffParams none;
+    none.GTModelType = 1;
+    const GeoTiffPieces grid = Decide(none);
+    EXPECT_EQ(grid.projection.GetMethod(), ProjectionMethod::Planar);
+    EXPECT_TRUE(grid.projection.GetEllipsoid().IsUnknown());
+
+    const GeoTiffPieces nothing = Decide(GeoTiffParams{});
+    EXPECT_TRUE(nothing.projection.IsUnknown(false));
+    EXPECT_TRUE(nothing.datum.IsUnknown());
+}
+
+const char *const kEsriUtm10 =
+    "ESRI PE String = PROJCS[\"NAD_1983_UTM_Zone_10N\",GEOGCS[\"GCS_North_American_1983\","
+    "DATUM[\"D_North_American_1983\",SPHEROID[\"GRS_1980\",6378137.0,298.257222101]],"
+    "PRIMEM[\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]],"
+    "PROJECTION[\"Transverse_Mercator\"],PARAMETER[\"False_Easting\",500000.0],"
+    "PARAMETER[\"False_Northing\",0.0],PARAMETER[\"Central_Meridian\",-123.0],"
+    "PARAMETER[\"Scale_Factor\",0.9996],PARAMETER[\"Latitude_Of_Origin\",0.0],"
+    "UNIT[\"Meter\",1.0]]|";
+
+TEST(GeoTiffDecide, EsriPeString) {
+    struct Case {
+        const char *what;
+        uint16_t model;
+        uint16_t coordTrans;
+        std::string citation;
+        ProjectionMethod method;
+    } cases[] = {
+        {"projected, no method from keys", 1, 0, std::string("Citation: ") + kEsriUtm10,
+         ProjectionMethod::UTM},
+        {"user-defined model", kUser, 0, kEsriUtm10, ProjectionMethod::UTM},
+        {"a method from the keys wins", 1, 1, kEsriUtm10, ProjectionMethod::TransverseMercator},
+        {"no phrase", 1, 0, std::string(kEsriUtm10).substr(17), ProjectionMethod::Planar},
+        {"geographic model", 2, 0, kEsriUtm10, ProjectionMethod::Geographic},
+        {"unreadable WKT", 1, 0, "ESRI PE String = PROJCS[", ProjectionMethod::Planar},
+    };
+    for (const Case &c : cases) {
+        GeoTiffParams p = Projected(c.coordTrans);
+        p.GTModelType = c.model;
+        p.PCSCitation = c.citation;
+        const GeoTiffPieces pieces = Decide(p);
+        EXPECT_EQ(pieces.projection.GetMethod(), c.method) << c.what;
+        if (c.method == ProjectionMethod::UTM) {
+            EXPECT_EQ(Params(pieces).lon0, -123.0) << c.what;
+            EXPECT_EQ(pieces.datum.GetPOSC(), 6269) << c.what;
+        }
+    }
+}
+
+// End to end on built files: warp, keys, decision and assembly.
+struct Extraction {
+    bool ok = false;
+    gcs::GCSDef system;
+    shr::ErrorRecord error;
+};
+
+Extraction Extract(const GeoTiffBuilder &builder) {
+    Extraction r;
+    tiff::TiffImageRead file;
+    EXPECT_TRUE(georeftest::OpenBuilt(file, builder));
+    r.ok = GeoTiffExtract(file, 1, r.system, &r.error);
+    return r;
+}
+
+TEST(GeoTiffExtract, PredefinedSystemGetsItsCodeAndName) {
+    GeoTiffBuilder builder;
+    builder.Keys({{1024, 0, 1, 1}, {3072, 0, 1, 32632}});
+    builder.Doubles(33922, {0, 0, 0, 500000, 4000000, 0});
+    builder.Doubles(33550, {30, 30, 0});
+    const Extraction r = Extract(builder);
+    ASSERT_TRUE(r.ok);
+    EXPECT_EQ(r.system.GetPOSC(), 32632);
+    EXPECT_EQ(r.system.GetName(), L"WGS 84 / UTM zone 32N");
+    ASSERT_NE(r.system.GetWarp(), nullptr);
+    EXPECT_EQ(r.system.GetWarp()->GetCoefficients(),
+              (gcs::AffineCoefficients{30, 0, 500000, 0, -30, 4000000}));
+}
+
+TEST(GeoTiffExtract, TiePointAndScaleWarpInTheLinearUnit) {
+    GeoTiffBuilder builder;
+    builder.Keys({{1024, 0, 1, 1}, {3072, 0, 1, 32632}, {3076, 0, 1, 9002}});
+    builder.Doubles(33922, {10, 20, 0, 500000, 4000000, 0});
+    builder.Doubles(33550, {30, 30, 0});
+    const Extraction r = Extract(builder);
+    ASSERT_TRUE(r.ok);
+    const double u = 3.280839895013123;
+    const gcs::AffineCoefficients &k = r.system.GetWarp()->GetCoefficients();
+    EXPECT_EQ(k.a, u * 30);
+    EXPECT_EQ(k.c, u * 500000 - 300);
+    EXPECT_EQ(k.f, 600 + u * 4000000);
+    EXPECT_EQ(r.system.GetWarp()->GetDestinationPoint(0), (shr::Vec2d{u * 500000, u * 4000000}));
+}
+
+TEST(GeoTiffExtract, WarpMethodByPointCountReplacesTheMatrix) {
+    GeoTiffBuilder builder;
+    std::vector<double> tiePoints;
+    for (int i = 0; i < 5; ++i)
+        tiePoints.insert(tiePoints.end(),
+                         {double(i * 10), double(i * i), 0, 100.0 + i * 20, 200.0 - i * i * 2, 0});
+    builder.Doubles(33922, tiePoints);
+    builder.Doubles(34264, {2, 0, 0, 100, 0, -2, 0, 200, 0, 0, 0, 0, 0, 0, 0, 1});
+    const Extraction r = Extract(builder);
+    ASSERT_TRUE(r.ok);
+    ASSERT_NE(r.system.GetWarp(), nullptr);
+    EXPECT_EQ(r.system.GetWarp()->GetMethod(), gcs::WarpMethod::Projective);
+    EXPECT_EQ(r.system.GetWarp()->GetPointCount(), 5u);
+    EXPECT_FALSE(r.system.HasProjection(false, false));
+}
+
+TEST(GeoTiffExtract, FilesWithoutGeoTiffTags) {
+    GeoTiffBuilder builder;
+    const Extraction r = Extract(builder);
+    EXPECT_TRUE(r.ok);
+    EXPECT_EQ(r.system.GetProjection(), nullptr);
+    EXPECT_EQ(r.system.GetDatum(), nullptr);
+    EXPECT_EQ(r.system.GetWarp(), nullptr);
+    EXPECT_EQ(r.system.GetPOSC(), 0);
+
+    // One tie point alone: no warp method, so no warp.
+    builder.Doubles(33922, {0, 0, 0, 1, 2, 0});
+    EXPECT_EQ(Extract(builder).system.GetWarp(), nullptr);
+}
+
+TEST(GeoTiffExtract, RefusedPiecesFailTheResultOnly) {
+    struct Case {
+        const char *what;
+        std::vector<georeftest::GeoKeyEntry> keys;
+        std::vector<double> doubles;
+        bool projection, datum;
+    } cases[] = {
+        {"latitude of origin 100",
+         {{1024, 0, 1, 1},
+          {2050, 0, 1, 6326},
+          {3072, 0, 1, kUser},
+          {3075, 0, 1, 1},
+          {3081, 34736, 1, 0}},
+         {100.0},
+         false,
+         true},
+        {"prime meridian 200",
+         {{1024, 0, 1, 2}, {2061, 34736, 1, 0}, {2062, 34736, 3, 1}},
+         {200.0, 1, 2, 3},
+         true,
+         false},
+    };
+    for (const Case &c : cases) {
+        GeoTiffBuilder builder;
+        builder.Keys(c.keys);
+        builder.Doubles(34736, c.doubles);
+        builder.Doubles(34264, {2, 0, 0, 100, 0, -2, 0, 200, 0, 0, 0, 0, 0, 0, 0, 1});
+        const Extraction r = Extract(builder);
+        EXPECT_FALSE(r.ok) << c.what;
+        EXPECT_EQ(r.error.code, kGeoTiffPieceRefused) << c.what;
+        EXPECT_EQ(r.system.GetProjection() != nullptr, c.projection) << c.what;
+        EXPECT_EQ(r.system.GetDatum() != nullptr, c.datum) << c.what;
+        EXPECT_NE(r.system.GetWarp(), nullptr) << c.what; // the other pieces stay
+    }
+}
+
+TEST(GeoTiffExtract, FileLevelFailures) {
+    GeoTiffBuilder builder;
+    builder.Keys({{1024, 0, 1, 1}, {3082, 34736, 1, 5}});
+    builder.Doubles(34736, {1.0});
+    gcs::GCSDef system;
+    shr::ErrorRecord error;
+    EXPECT_FALSE(GeoTiffExtract(builder.Write("key_past_tag.tif"), 1, system, &error));
+    EXPECT_EQ(error.code, kGeoTiffKeyPastTag);
+    EXPECT_EQ(system.GetProjection(), nullptr);
+    EXPECT_FALSE(GeoTiffExtract(builder.Write("key_past_tag.tif"), 2, system, &error));
+    EXPECT_EQ(error.code, kGeoTiffNoSuchImage);
+    EXPECT_FALSE(GeoTiffExtract(L"no/such.tif", 1, system, &error));
+    EXPECT_EQ(error.code, -2);
+}
+
+} // namespace

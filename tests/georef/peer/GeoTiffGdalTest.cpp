@@ -1,0 +1,326 @@
+// Extracted projection, datum, ellipsoid and warp of every peer fixture against gdalinfo,
+// within 1e-9 relative, except for the differences our extraction rules require (listed per
+// fixture below with the rule behind each).
+#include "PeerFixtures.h"
+#include "PeerTools.h"
+#include "Subsystems/TiffImage/TiffImageRead.h"
+#include "georef/GeoTiffExtract.h"
+#include "shr/Strings.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+
+using namespace georefpeer;
+using gcs::ProjectionMethod;
+using gcs::ProjectionParameterID;
+
+namespace {
+
+constexpr double kDegreesPerRadian = 57.29577951308232;
+
+bool Near(double ours, double peer) {
+    return std::fabs(ours - peer) <= 1e-9 * std::max({std::fabs(ours), std::fabs(peer), 1.0});
+}
+#define EXPECT_NEAR_REL(ours, peer) EXPECT_PRED2(Near, ours, peer)
+
+// Where the rules make us differ from GDAL.
+enum Difference : unsigned {
+    // GDAL moves the origin by half a pixel for RasterPixelIsPoint; the warp rules read tie
+    // points, scale and matrix as they stand and never look at GTRasterType.
+    kPixelIsPoint = 1,
+    // A warp from one tie point and the pixel scale is rebuilt with the model coordinates
+    // multiplied by the linear units per metre (and the translation mixing the multiplied tie
+    // point with the unmultiplied pixel size).
+    kWarpInLinearUnit = 2,
+    // ProjCoordTrans 9 (LCC 1SP) has no row in the projection-type table: the projection of a
+    // projected model without a method becomes a local grid.
+    kLocalGrid = 4,
+    // No datum: the chain knows GeogGeodeticDatum, GeographicType + 2000 within 6000-6999,
+    // the pseudo-Mercator sphere and GeogToWGS84; a user-defined datum is built only from
+    // GeogToWGS84 (3 or 7 values) in the geographic model.
+    kNoDatum = 8,
+    // The keys give no ellipsoid (the axis keys count only with GeogEllipsoid 32767 and a
+    // sphere counts only when the list holds it), so the projection gets Clarke 1866 and a
+    // user-defined datum gets it too.
+    kClarkeFallback = 16,
+    // A projected model with GeogGeodeticDatum 32767 gets the projected part's user-defined
+    // datum (ellipsoid only); GeogToWGS84 is read only while the datum is still unknown.
+    kNoShift = 32,
+};
+
+const std::map<std::string, unsigned> kDifferences = {
+    {"GeogPrimeMeridianGeoKey.tif", kNoDatum},
+    {"hotine_oblique_mercator_variant_a.tif", kNoDatum | kClarkeFallback},
+    {"lcc1sp.tif", kLocalGrid | kNoDatum | kClarkeFallback},
+    {"oblique_stereographic.tif", kWarpInLinearUnit},
+    {"pixel_is_point_wgs84.tif", kPixelIsPoint},
+    {"peer_2227_ftus.tif", kWarpInLinearUnit},
+    {"peer_aea_usft.tif", kWarpInLinearUnit},
+    {"peer_sinu_sphere.tif", kClarkeFallback},
+    {"peer_tmerc_towgs84.tif", kNoShift},
+};
+
+unsigned DifferencesOf(const std::string &path) {
+    auto it = kDifferences.find(Name(path));
+    return it == kDifferences.end() ? 0 : it->second;
+}
+
+// ---- warp ----------------------------------------------------------------------------------
+
+void CompareWarp(const gcs::GCSDef &system, const GdalInfo &gdal, double u, unsigned diff) {
+    const gcs::WarpDef *warp = system.GetWarp();
+    ASSERT_NE(warp, nullptr);
+    if (!gdal.gcps.empty()) {
+        ASSERT_EQ(warp->GetPointCount(), gdal.gcps.size());
+        for (size_t i = 0; i < gdal.gcps.size(); ++i) {
+            EXPECT_NEAR_REL(warp->GetSourcePoint(i).x, gdal.gcps[i].pixel);
+            EXPECT_NEAR_REL(warp->GetSourcePoint(i).y, gdal.gcps[i].line);
+            EXPECT_NEAR_REL(warp->GetDestinationPoint(i).x, gdal.gcps[i].x);
+            EXPECT_NEAR_REL(warp->GetDestinationPoint(i).y, gdal.gcps[i].y);
+        }
+        return;
+    }
+    ASSERT_TRUE(gdal.hasGeoTransform);
+    ASSERT_TRUE(warp->HasCoefficients());
+    double gt[6];
+    std::copy(std::begin(gdal.geoTransform), std::end(gdal.geoTransform), gt);
+    if (diff & kPixelIsPoint) {
+        gt[0] += 0.5 * gt[1] + 0.5 * gt[2];
+        gt[3] += 0.5 * gt[4] + 0.5 * gt[5];
+    }
+    if (diff & kWarpInLinearUnit) {
+        EXPECT_NE(u, 1.0);
+        const shr::Vec2d &tie = warp->GetSourcePoint(0);
+        gt[0] = u * (gt[0] + gt[1] * tie.x) - gt[1] * tie.x;
+        gt[3] = u * (gt[3] + gt[5] * tie.y) - gt[5] * tie.y;
+        for (int k : {1, 2, 4, 5})
+            gt[k] *= u;
+    }
+    const gcs::AffineCoefficients &c = warp->GetCoefficients();
+    const double ours[6] = {c.c, c.a, c.b, c.f, c.d, c.e};
+    for (int k = 0; k < 6; ++k)
+        EXPECT_NEAR_REL(ours[k], gt[k]) << "geotransform[" << k << "]";
+}
+
+// ---- ellipsoid and datum -------------------------------------------------------------------
+
+void CompareEllipsoid(const gcs::EllipsoidDef &ours, const WktNode &spheroid) {
+    EXPECT_NEAR_REL(ours.GetMajorRadius(), spheroid.Number(1));
+    EXPECT_NEAR_REL(ours.GetInverseFlattening(), spheroid.Number(2));
+    if (spheroid.EpsgCode()) {
+        EXPECT_EQ(ours.GetPOSC(), spheroid.EpsgCode());
+    }
+}
+
+void CompareDatum(const gcs::GCSDef &system, const WktNode &geogcs, unsigned diff) {
+    const gcs::DatumDef *datum = system.GetDatum();
+    if (diff & kNoDatum) {
+        EXPECT_EQ(datum, nullptr);
+        return;
+    }
+    ASSERT_NE(datum, nullptr);
+    const WktNode *wktDatum = geogcs.Child("DATUM");
+    ASSERT_NE(wktDatum, nullptr);
+    if (wktDatum->EpsgCode()) {
+        EXPECT_EQ(datum->GetPOSC(), wktDatum->EpsgCode());
+    }
+    if (diff & kClarkeFallback) {
+        EXPECT_EQ(datum->GetEllipsoid().GetPOSC(), 7008);
+    } else {
+        CompareEllipsoid(datum->GetEllipsoid(), *wktDatum->Child("SPHEROID"));
+    }
+    // GDAL writes the prime meridian in degrees whatever the angular unit.
+    EXPECT_NEAR_REL(datum->GetParameter(gcs::DatumParameterID::PrimeMeridian),
+                    geogcs.Child("PRIMEM")->Number(1));
+    if (diff & kNoShift) {
+        EXPECT_TRUE(datum->IsUserDefined());
+        EXPECT_EQ(datum->GetMethod(), gcs::DatumMethod::EllipsoidOnly);
+        EXPECT_NE(wktDatum->Child("TOWGS84"), nullptr);
+    } else if (const WktNode *shift = wktDatum->Child("TOWGS84")) {
+        for (size_t k = 0; k < shift->values.size(); ++k)
+            EXPECT_NEAR_REL(datum->GetParameter(static_cast<gcs::DatumParameterID>(5 + k)),
+                            shift->Number(k))
+                << "TOWGS84[" << k << "]";
+    }
+}
+
+// ---- projection ----------------------------------------------------------------------------
+
+enum class Kind { Angle, Length, Scale, GridAngle };
+
+struct ParameterMap {
+    const char *name;
+    ProjectionParameterID id;
+    Kind kind;
+};
+
+const ParameterMap kFalseOrigin[] = {{"false_easting", ProjectionParameterID::XOrg, Kind::Length},
+                                     {"false_northing", ProjectionParameterID::YOrg, Kind::Length}};
+
+// WKT 1 parameter names of each projection GDAL writes, onto our parameters.
+const std::map<std::string, std::vector<ParameterMap>> kProjections = {
+    {"Transverse_Mercator",
+     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
+      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
+      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
+    {"Transverse_Mercator_South_Orientated",
+     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
+      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
+      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
+    {"Cassini_Soldner",
+     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
+      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle}}},
+    // The latitude of origin of the variant B form is the latitude of true scale.
+    {"Polar_Stereographic",
+     {{"latitude_of_origin", ProjectionParameterID::Lat1, Kind::Angle},
+      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
+      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
+    {"Oblique_Stereographic",
+     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
+      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
+      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
+    {"Albers_Conic_Equal_Area",
+     {{"latitude_of_center", ProjectionParameterID::Lat0, Kind::Angle},
+      {"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle},
+      {"standard_parallel_1", ProjectionParameterID::Lat1, Kind::Angle},
+      {"standard_parallel_2", ProjectionParameterID::Lat2, Kind::Angle}}},
+    {"Lambert_Conformal_Conic_2SP",
+     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
+      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
+      {"standard_parallel_1", ProjectionParameterID::Lat1, Kind::Angle},
+      {"standard_parallel_2", ProjectionParameterID::Lat2, Kind::Angle}}},
+    {"Lambert_Conformal_Conic_1SP",
+     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
+      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
+      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
+    {"Equirectangular",
+     {{"standard_parallel_1", ProjectionParameterID::Lat1, Kind::Angle},
+      {"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
+      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle}}},
+    {"Hotine_Oblique_Mercator",
+     {{"latitude_of_center", ProjectionParameterID::Lat0, Kind::Angle},
+      {"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle},
+      {"azimuth", ProjectionParameterID::Azimuth, Kind::Angle},
+      {"rectified_grid_angle", ProjectionParameterID::GridAngle, Kind::GridAngle},
+      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
+    {"Laborde_Oblique_Mercator",
+     {{"latitude_of_center", ProjectionParameterID::Lat0, Kind::Angle},
+      {"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle},
+      {"azimuth", ProjectionParameterID::Azimuth, Kind::Angle},
+      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
+    {"Lambert_Azimuthal_Equal_Area",
+     {{"latitude_of_center", ProjectionParameterID::Lat0, Kind::Angle},
+      {"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle}}},
+    {"Mercator_1SP",
+     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
+      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
+      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
+    {"New_Zealand_Map_Grid",
+     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
+      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle}}},
+    {"Polyconic",
+     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
+      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle}}},
+    {"Sinusoidal", {{"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle}}},
+};
+
+const ParameterMap *FindParameter(const std::vector<ParameterMap> &map, const std::string &name) {
+    for (const ParameterMap &p : map) {
+        if (name == p.name)
+            return &p;
+    }
+    for (const ParameterMap &p : kFalseOrigin) {
+        if (name == p.name)
+            return &p;
+    }
+    return nullptr;
+}
+
+double Expected(const ParameterMap &p, double value, double degreesPerUnit, double metresPerUnit) {
+    switch (p.kind) {
+    case Kind::Angle:
+    case Kind::GridAngle:
+        return value * degreesPerUnit;
+    case Kind::Length:
+        return value * metresPerUnit;
+    default:
+        return value;
+    }
+}
+
+double Ours(const ParameterMap &p, const gcs::ProjectionParameters &q) {
+    // Our oblique Mercator from keys carries the grid angle as the azimuth (option bit).
+    if (p.kind == Kind::GridAngle && (q.option & gcs::ProjectionOption::GridAngleFromAzimuth))
+        return q.azimuth;
+    return q.Get(p.id);
+}
+
+void CompareProjection(const gcs::GCSDef &system, const WktNode &projcs, double degreesPerUnit,
+                       unsigned diff) {
+    const gcs::ProjectionDef *projection = system.GetProjection();
+    ASSERT_NE(projection, nullptr);
+    if (diff & kLocalGrid) {
+        EXPECT_EQ(projection->GetMethod(), ProjectionMethod::Planar);
+        return;
+    }
+    const gcs::ProjectionParameters &q = projection->GetParameters();
+    const double metresPerUnit = projcs.Child("UNIT")->Number(1);
+    EXPECT_NEAR_REL(q.linearScale, 1.0 / metresPerUnit);
+    const std::string method = projcs.Child("PROJECTION")->values.at(0);
+    auto map = kProjections.find(method);
+    ASSERT_NE(map, kProjections.end()) << "no parameter map for " << method;
+    for (const auto &[name, value] : projcs.Parameters()) {
+        const ParameterMap *p = FindParameter(map->second, name);
+        ASSERT_NE(p, nullptr) << method << " parameter " << name;
+        EXPECT_NEAR_REL(Ours(*p, q), Expected(*p, value, degreesPerUnit, metresPerUnit)) << name;
+    }
+    if (diff & kClarkeFallback) {
+        EXPECT_EQ(q.ellipsoid.GetPOSC(), 7008);
+    } else {
+        CompareEllipsoid(q.ellipsoid, *projcs.Child("GEOGCS")->Child("DATUM")->Child("SPHEROID"));
+    }
+}
+
+void CompareSystem(const gcs::GCSDef &system, const std::string &wkt, unsigned diff) {
+    WktNode root;
+    ASSERT_TRUE(ParseWkt(wkt, root)) << wkt;
+    const bool projected = root.keyword == "PROJCS";
+    const WktNode *geogcs = projected ? root.Child("GEOGCS") : &root;
+    ASSERT_NE(geogcs, nullptr);
+    const double degreesPerUnit = geogcs->Child("UNIT")->Number(1) * kDegreesPerRadian;
+    CompareDatum(system, *geogcs, diff);
+    if (projected) {
+        CompareProjection(system, root, degreesPerUnit, diff);
+    } else {
+        ASSERT_NE(system.GetProjection(), nullptr);
+        EXPECT_EQ(system.GetProjection()->GetMethod(), ProjectionMethod::Geographic);
+    }
+    // When both name a predefined system, it is the same one.
+    if (root.EpsgCode() && system.GetPOSC()) {
+        EXPECT_EQ(system.GetPOSC(), root.EpsgCode());
+    }
+}
+
+TEST(GeoTiffPeer, ExtractionAgreesWithGdalinfo) {
+    for (const std::string &path : Fixtures()) {
+        SCOPED_TRACE(Name(path));
+        GdalInfo gdal;
+        std::string error;
+        ASSERT_TRUE(ReadGdalInfo(path, gdal, error)) << error;
+        tiff::TiffImageRead file;
+        ASSERT_TRUE(file.OpenFile(shr::AtoW(path)));
+        georef::GeoTiffPieces pieces;
+        ASSERT_TRUE(georef::GeoTiffExtractPieces(file, 1, pieces));
+        gcs::GCSDef system;
+        ASSERT_TRUE(georef::GeoTiffAssemble(pieces, system));
+        const unsigned diff = DifferencesOf(path);
+        EXPECT_EQ(gdal.rasterType == 2, (diff & kPixelIsPoint) != 0);
+        CompareWarp(system, gdal, pieces.linearUnitsPerMeter, diff);
+        ASSERT_FALSE(gdal.wkt.empty());
+        CompareSystem(system, gdal.wkt, diff);
+    }
+}
+
+} // namespace
