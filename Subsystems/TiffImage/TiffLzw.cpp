@@ -19,13 +19,38 @@ constexpr uint32_t kMaxWidth = 12;
 // be named by a 12-bit code.
 constexpr uint32_t kTableSize = 5119;
 // Single bytes and empty entries link to an empty entry just past the table, so that walking a
-// string never leaves the allocation.
+// string never leaves the table.
 constexpr uint16_t kSentinel = kTableSize;
 constexpr uint32_t kNoCode = UINT32_MAX;
-constexpr LzwCode kEmptyEntry{0, kSentinel, 0, 0, 0};
+// Where a string was written, when it is not in the current call's output.
+constexpr uint32_t kNowhere = UINT32_MAX;
 
 const char kNoEoiWarning[] = "LZWDecode: Strip not terminated with EOI code";
 const char kOldStyleWarning[] = "Old-style LZW codes, convert file";
+
+// An entry packed in 64 bits: its place (the offset in the current call's output where its
+// prefix, all but its last byte, was written), its length, its last byte and its first byte.
+// Links live in their own array: only strings whose prefix is not in the output are walked.
+constexpr uint64_t Pack(uint32_t place, uint32_t length, uint32_t last, uint32_t first) {
+    return uint64_t{place} | uint64_t{length} << 32 | uint64_t{last} << 48 | uint64_t{first} << 56;
+}
+constexpr uint32_t PlaceOf(uint64_t e) { return static_cast<uint32_t>(e); }
+constexpr uint32_t LengthOf(uint64_t e) { return static_cast<uint32_t>(e >> 32) & 0xFFFF; }
+constexpr uint8_t LastOf(uint64_t e) { return static_cast<uint8_t>(e >> 48); }
+constexpr uint8_t FirstOf(uint64_t e) { return static_cast<uint8_t>(e >> 56); }
+constexpr uint64_t kEmptyEntry = Pack(kNowhere, 0, 0, 0);
+constexpr uint64_t kLengthAndFirst = Pack(0, 0xFFFF, 0, 0xFF);
+
+} // namespace
+
+struct LzwTable {
+    uint64_t entries[kTableSize + 1];
+    uint16_t links[kTableSize + 1];
+};
+
+void LzwTableDeleter::operator()(LzwTable *table) const { delete table; }
+
+namespace {
 
 inline uint64_t Load64(const uint8_t *p) {
     uint64_t v;
@@ -51,17 +76,15 @@ inline uint64_t LoadLittleEndian64(const uint8_t *p) {
 struct MsbFirst {
     static constexpr uint32_t kGrowthLag = 0;
 
-    static void Refill(uint64_t &acc, uint32_t &count, const uint8_t *&in, const uint8_t *end) {
-        if (end - in >= 8) {
-            acc |= LoadBigEndian64(in) >> count;
-            in += (63 - count) >> 3;
-            count |= 56;
-            return;
-        }
-        while (count <= 56 && in < end) {
+    // With at least 8 input bytes left: fills the accumulator to 56 bits or more.
+    static void RefillFast(uint64_t &acc, uint32_t &count, const uint8_t *&in) {
+        acc |= LoadBigEndian64(in) >> count;
+        in += (63 - count) >> 3;
+        count |= 56;
+    }
+    static void RefillTail(uint64_t &acc, uint32_t &count, const uint8_t *&in, const uint8_t *end) {
+        for (; count <= 56 && in < end; count += 8)
             acc |= uint64_t{*in++} << (56 - count);
-            count += 8;
-        }
     }
     static uint32_t Take(uint64_t &acc, uint32_t &count, uint32_t width) {
         const auto code = static_cast<uint32_t>(acc >> (64 - width));
@@ -76,17 +99,14 @@ struct MsbFirst {
 struct LsbFirst {
     static constexpr uint32_t kGrowthLag = 1;
 
-    static void Refill(uint64_t &acc, uint32_t &count, const uint8_t *&in, const uint8_t *end) {
-        if (end - in >= 8) {
-            acc |= LoadLittleEndian64(in) << count;
-            in += (63 - count) >> 3;
-            count |= 56;
-            return;
-        }
-        while (count <= 56 && in < end) {
+    static void RefillFast(uint64_t &acc, uint32_t &count, const uint8_t *&in) {
+        acc |= LoadLittleEndian64(in) << count;
+        in += (63 - count) >> 3;
+        count |= 56;
+    }
+    static void RefillTail(uint64_t &acc, uint32_t &count, const uint8_t *&in, const uint8_t *end) {
+        for (; count <= 56 && in < end; count += 8)
             acc |= uint64_t{*in++} << count;
-            count += 8;
-        }
     }
     static uint32_t Take(uint64_t &acc, uint32_t &count, uint32_t width) {
         const auto code = static_cast<uint32_t>(acc & ((1u << width) - 1));
@@ -100,199 +120,183 @@ inline uint32_t MaskOf(uint32_t width) { return (1u << width) - 1; }
 
 // Writes bytes [from, from + count) of the string of `code`, walking the links back from its
 // last byte; the string's length bounds the walk whatever the links say.
-void WriteStringPart(const LzwCode *table, uint32_t code, uint32_t from, uint32_t count,
+void WriteStringPart(const LzwTable &t, uint32_t code, uint32_t from, uint32_t count,
                      uint8_t *dst) {
-    const LzwCode *entry = &table[code];
-    for (uint32_t skip = entry->length - from - count; skip > 0; --skip)
-        entry = &table[entry->link];
+    uint32_t entry = code;
+    for (uint32_t skip = LengthOf(t.entries[code]) - from - count; skip > 0; --skip)
+        entry = t.links[entry];
     for (uint8_t *p = dst + count; p > dst;) {
-        *--p = entry->value;
-        entry = &table[entry->link];
+        *--p = LastOf(t.entries[entry]);
+        entry = t.links[entry];
     }
 }
 
-// Copies `length` bytes of a string that already sits earlier in the output. The copy runs
-// forward, so the string of the entry just defined (whose last byte is its own first output
-// byte) comes out right; whole words may run past the string while the output has room, since
-// later strings overwrite those bytes.
-inline void CopyEarlierString(uint8_t *dst, const uint8_t *src, uint32_t length,
-                              const uint8_t *end) {
-    if (dst - src >= 8 && static_cast<size_t>(end - dst) >= size_t{length} + 7) {
-        for (uint32_t i = 0; i < length; i += 8)
-            std::memcpy(dst + i, src + i, 8);
-        return;
-    }
-    for (uint32_t i = 0; i < length; ++i)
-        dst[i] = src[i];
+// Copies 16 bytes through a register: the source may overlap the destination.
+inline void Copy16(uint8_t *dst, const uint8_t *src) {
+    uint8_t chunk[16];
+    std::memcpy(chunk, src, 16);
+    std::memcpy(dst, chunk, 16);
 }
 
 // Continues a string cut at the end of the previous call.
 uint8_t *ResumePending(LzwState &s, uint8_t *op, uint8_t *end) {
-    const uint32_t length = s.table[s.pendingCode].length;
+    const uint32_t length = LengthOf(s.table->entries[s.pendingCode]);
     const auto count = static_cast<uint32_t>(
         std::min<size_t>(length - s.pendingDone, static_cast<size_t>(end - op)));
-    WriteStringPart(s.table.get(), s.pendingCode, s.pendingDone, count, op);
+    WriteStringPart(*s.table, s.pendingCode, s.pendingDone, count, op);
     s.pendingDone += count;
     if (s.pendingDone == length)
         s.pendingCode = kNoCode;
     return op + count;
 }
 
-// The decode routine for one bit order. Hot values live in locals and go back to the state
-// on every exit.
-template <class Bits> class CodeRun {
-public:
-    CodeRun(LzwState &s, uint8_t *out, uint8_t *end)
-        : s_(s), table_(s.table.get()), out_(out), end_(end), base_(s.callBase), acc_(s.bitAcc),
-          count_(s.bitsInAcc), in_(s.in), inEnd_(s.inEnd), bitsLeft_(s.bitsLeft), width_(s.width),
-          nextFree_(s.nextFree), prev_(s.prevCode), growth_(s.growthEntry), tainted_(s.tainted) {}
+// Entries defined by an earlier call keep their strings only through their links.
+void ForgetPlaces(LzwState &s) {
+    for (uint32_t c = kCodeFirst; c < s.nextFree && c < kTableSize; ++c)
+        s.table->entries[c] = (s.table->entries[c] & ~uint64_t{0xFFFFFFFF}) | kNowhere;
+    s.placesStale = false;
+}
 
-    // Decodes from `op` to the end of the output; returns a LzwStatus.
-    int32_t Run(uint8_t *op) {
-        const int32_t status = Loop(op);
-        Store();
-        if (status != kLzwOk)
-            return status;
-        // The data ran out or EOI came before the output was full.
-        return op_ < end_ ? kLzwCorrupt : kLzwOk;
+// Near the end of the output or for strings not in it: exact copies, and the first bytes of a
+// string that does not fit, with the rest kept pending. Returns the new output position, or
+// nullptr for an entry that holds no string.
+uint8_t *WriteCarefully(LzwState &s, uint32_t code, uint64_t entry, uint8_t *op, uint8_t *out,
+                        uint8_t *end) {
+    const uint32_t length = LengthOf(entry);
+    if (length == 0)
+        return nullptr;
+    const auto count =
+        static_cast<uint32_t>(std::min<size_t>(length, static_cast<size_t>(end - op)));
+    const uint32_t place = PlaceOf(entry);
+    if (place != kNowhere) {
+        const uint32_t prefix = std::min(count, length - 1); // the prefix sits at the place
+        std::memcpy(op, out + place, prefix);
+        if (count == length)
+            op[length - 1] = LastOf(entry);
+    } else {
+        WriteStringPart(*s.table, code, 0, count, op);
     }
+    if (count < length) {
+        s.pendingCode = code;
+        s.pendingDone = count;
+    }
+    return op + count;
+}
 
-private:
-    bool NextCode(uint32_t &code) {
-        if (bitsLeft_ < width_) {
-            TiffWarning(s_.module, kNoEoiWarning);
-            return false;
+// The decode routine for one bit order, from `op` to the end of the output. Everything hot is a
+// local of this one function so that it stays in registers; the state is written back on exit.
+template <class Bits>
+int32_t DecodeCodes(LzwState &s, uint8_t *const out, uint8_t *const end, uint8_t *op) {
+    uint64_t *const entries = s.table->entries;
+    uint16_t *const links = s.table->links;
+    uint64_t acc = s.bitAcc;
+    uint32_t count = s.bitsInAcc;
+    const uint8_t *in = s.in;
+    const uint8_t *const inEnd = s.inEnd;
+    uint32_t width = s.width;
+    uint32_t nextFree = s.nextFree;
+    uint32_t growth = s.growthEntry;
+    uint32_t prev = s.prevCode;
+    uint64_t prevEntry = prev == kNoCode ? kEmptyEntry : entries[prev];
+    uint32_t prevPlace = kNowhere; // where the previous code's string starts in this output
+
+    const auto bitsLeft = [&] { return count + uint64_t{8} * static_cast<size_t>(inEnd - in); };
+    const auto nextCode = [&](uint32_t &code) [[gnu::always_inline]] {
+        if (inEnd - in >= 8) {
+            Bits::RefillFast(acc, count, in);
+        } else {
+            if (bitsLeft() < width) {
+                TiffWarning(s.module, kNoEoiWarning);
+                return false;
+            }
+            if (count < width)
+                Bits::RefillTail(acc, count, in, inEnd);
         }
-        if (count_ < width_)
-            Bits::Refill(acc_, count_, in_, inEnd_);
-        code = Bits::Take(acc_, count_, width_);
-        bitsLeft_ -= width_;
+        code = Bits::Take(acc, count, width);
         return true;
-    }
+    };
+    const auto setWidth = [&](uint32_t w) [[gnu::always_inline]] {
+        width = w;
+        growth = MaskOf(w) - 1 + Bits::kGrowthLag;
+    };
 
-    void SetWidth(uint32_t width) {
-        width_ = width;
-        growth_ = MaskOf(width) - 1 + Bits::kGrowthLag;
-    }
-
-    int32_t Loop(uint8_t *&op) {
-        uint32_t code = 0;
-        while (op < end_) {
-            if (!NextCode(code))
+    int32_t status = kLzwOk;
+    uint32_t code = 0;
+    while (op < end) {
+        if (!nextCode(code))
+            break;
+        if (code - kCodeClear < 2) {
+            if (code == kCodeEoi)
                 break;
-            if ((code & ~1u) == kCodeClear) {
-                if (code == kCodeEoi || !Clear(op))
-                    break;
-                continue;
-            }
-            if (!AddEntry(code))
-                return kLzwCorrupt;
-            const uint64_t here = base_ + static_cast<uint64_t>(op - out_);
-            prevPos_ = tainted_ ? 0 : here;
-            if (code < 256) {
-                *op++ = static_cast<uint8_t>(code);
-                continue;
-            }
-            const LzwCode &entry = table_[code];
-            if (entry.length == 0)
-                return kLzwCorrupt;
-            if (entry.length > static_cast<size_t>(end_ - op)) {
-                op = WriteCutString(code, op);
+            // Clear: restart the table and take the next code as a single byte.
+            nextFree = kCodeFirst;
+            setWidth(kMinWidth);
+            if (!nextCode(code) || code == kCodeEoi)
                 break;
+            if (code >= kCodeClear) {
+                // Not a byte: written as one all the same, and it becomes an empty prefix.
+                entries[code] = kEmptyEntry;
+                links[code] = kSentinel;
             }
-            if (entry.outPos >= base_)
-                CopyEarlierString(op, out_ + (entry.outPos - base_), entry.length, end_);
-            else
-                WriteStringPart(table_, code, 0, entry.length, op);
-            op += entry.length;
+            prevPlace = static_cast<uint32_t>(op - out);
+            *op++ = static_cast<uint8_t>(code);
+            prev = code;
+            prevEntry = entries[code];
+            continue;
         }
-        op_ = op;
-        return kLzwOk;
-    }
-
-    // Clear code: restart the table and take the next code as a single byte. False when the
-    // strip ends here.
-    bool Clear(uint8_t *&op) {
-        nextFree_ = kCodeFirst;
-        SetWidth(kMinWidth);
-        tainted_ = false;
-        uint32_t code = 0;
-        if (!NextCode(code))
-            return false;
-        if (code == kCodeEoi)
-            return false;
-        if (code >= kCodeClear) {
-            // Not a byte: written as one all the same, and it becomes an empty prefix.
-            table_[code] = kEmptyEntry;
-            tainted_ = true;
+        if (code > nextFree || nextFree >= kTableSize || prev == kNoCode) {
+            status = kLzwCorrupt;
+            break;
         }
-        prevPos_ = tainted_ ? 0 : base_ + static_cast<uint64_t>(op - out_);
-        *op++ = static_cast<uint8_t>(code);
-        prev_ = code;
-        return true;
+        // The new entry: the previous string plus the first byte of this code's string, which
+        // was written right after the previous string. An entry defined by its own code ends
+        // with the previous string's first byte.
+        const uint64_t current = entries[code];
+        const bool selfDefined = code == nextFree;
+        const uint64_t lastFrom = selfDefined ? prevEntry : current;
+        const uint64_t added = ((prevEntry & kLengthAndFirst) + (uint64_t{1} << 32)) |
+                               (lastFrom >> 56 << 48) | prevPlace;
+        entries[nextFree] = added;
+        links[nextFree] = static_cast<uint16_t>(prev);
+        if (++nextFree > growth)
+            setWidth(std::min(width + 1, kMaxWidth));
+        const uint64_t entry = selfDefined ? added : current;
+
+        const auto here = static_cast<uint32_t>(op - out);
+        const uint32_t length = LengthOf(entry);
+        const uint32_t place = PlaceOf(entry);
+        // Fast path: the string's prefix sits earlier in this output and whole 16-byte chunks
+        // fit; the bytes written past the prefix are overwritten by the last byte and by the
+        // strings that follow.
+        if (place != kNowhere && uint64_t{length - 1} + 16 < static_cast<uint64_t>(end - op)) {
+            Copy16(op, out + place);
+            for (uint32_t i = 16; i < length; i += 16)
+                Copy16(op + i, out + place + i);
+            op[length - 1] = LastOf(entry);
+            op += length;
+        } else if ((op = WriteCarefully(s, code, entry, op, out, end)) == nullptr) {
+            status = kLzwCorrupt;
+            break;
+        }
+        prev = code;
+        prevEntry = entry;
+        prevPlace = here;
     }
 
-    // Defines the entry of the previous string plus the first byte of `code`'s string.
-    bool AddEntry(uint32_t code) {
-        if (nextFree_ >= kTableSize || prev_ == kNoCode || code > nextFree_)
-            return false;
-        const LzwCode &prefix = table_[prev_];
-        LzwCode &added = table_[nextFree_];
-        added.link = static_cast<uint16_t>(prev_);
-        added.length = static_cast<uint16_t>(prefix.length + 1);
-        added.firstChar = prefix.firstChar;
-        added.value = code < nextFree_ ? table_[code].firstChar : prefix.firstChar;
-        added.outPos = prevPos_; // 0 while an empty prefix's bytes do not match its string
-        if (++nextFree_ > growth_)
-            SetWidth(std::min(width_ + 1, kMaxWidth));
-        prev_ = code;
-        return true;
-    }
-
-    // Writes the first bytes of a string that does not fit and keeps the rest pending.
-    uint8_t *WriteCutString(uint32_t code, uint8_t *op) {
-        const LzwCode &entry = table_[code];
-        const auto room = static_cast<uint32_t>(end_ - op);
-        if (entry.outPos >= base_)
-            CopyEarlierString(op, out_ + (entry.outPos - base_), room, end_);
-        else
-            WriteStringPart(table_, code, 0, room, op);
-        s_.pendingCode = code;
-        s_.pendingDone = room;
-        return end_;
-    }
-
-    void Store() {
-        s_.bitAcc = acc_;
-        s_.bitsInAcc = count_;
-        s_.in = in_;
-        s_.bitsLeft = bitsLeft_;
-        s_.width = width_;
-        s_.mask = MaskOf(width_);
-        s_.nextFree = nextFree_;
-        s_.prevCode = prev_;
-        s_.growthEntry = growth_;
-        s_.tainted = tainted_;
-    }
-
-    LzwState &s_;
-    LzwCode *const table_;
-    uint8_t *const out_;
-    uint8_t *const end_;
-    const uint64_t base_; // output position of out_[0]
-    uint64_t acc_;
-    uint32_t count_;
-    const uint8_t *in_;
-    const uint8_t *const inEnd_;
-    uint64_t bitsLeft_;
-    uint32_t width_;
-    uint32_t nextFree_;
-    uint32_t prev_;
-    uint32_t growth_;
-    bool tainted_;
-    uint64_t prevPos_ = 0; // output position of the previous code's string; 0 = not in this call
-    uint8_t *op_ = nullptr;
-};
+    s.bitAcc = acc;
+    s.bitsInAcc = count;
+    s.in = in;
+    s.bitsLeft = bitsLeft();
+    s.width = width;
+    s.mask = MaskOf(width);
+    s.nextFree = nextFree;
+    s.prevCode = prev;
+    s.growthEntry = growth;
+    if (status != kLzwOk)
+        return status;
+    // The data ran out or EOI came before the output was full.
+    return op != nullptr && op < end ? kLzwCorrupt : kLzwOk;
+}
 
 } // namespace
 
@@ -303,17 +307,20 @@ void TiffWarning(const char *module, const char *text) {
 
 int32_t LZWSetupDecode(LzwState &s) {
     if (!s.table) {
-        s.table.reset(new (std::nothrow) LzwCode[kTableSize + 1]);
+        s.table.reset(new (std::nothrow) LzwTable);
         if (!s.table)
             return s.error = kLzwNoMemory;
     }
+    // Single bytes are placed at offset 0: the fast path copies whatever is there and then
+    // writes the byte itself as the string's last byte.
     for (uint32_t c = 0; c < 256; ++c) {
-        const auto byte = static_cast<uint8_t>(c);
-        s.table[c] = LzwCode{0, kSentinel, 1, byte, byte};
+        s.table->entries[c] = Pack(0, 1, c, c);
+        s.table->links[c] = kSentinel;
     }
-    s.table[kCodeClear] = kEmptyEntry;
-    s.table[kCodeEoi] = kEmptyEntry;
-    s.table[kSentinel] = kEmptyEntry;
+    for (uint32_t c : {kCodeClear, kCodeEoi, uint32_t{kSentinel}}) {
+        s.table->entries[c] = kEmptyEntry;
+        s.table->links[c] = kSentinel;
+    }
     return s.error = kLzwOk;
 }
 
@@ -336,9 +343,9 @@ int32_t LZWPreDecode(LzwState &s, std::span<const uint8_t> input) {
     s.nextFree = kCodeFirst;
     s.prevCode = kNoCode;
     s.growthEntry = s.mask - 1 + (oldStyle ? 1 : 0);
-    s.tainted = false;
     s.pendingCode = kNoCode;
     s.pendingDone = 0;
+    s.placesStale = false;
     // Entries from kCodeFirst up are not wiped: a code above the next free entry is rejected
     // before its entry is read, so stale entries are never seen.
     return s.error = kLzwOk;
@@ -347,8 +354,10 @@ int32_t LZWPreDecode(LzwState &s, std::span<const uint8_t> input) {
 int32_t LZWDecode(LzwState &s, std::span<uint8_t> output) {
     if (s.error != kLzwOk)
         return s.error;
-    if (!s.table || s.routine == LzwRoutine::None)
+    if (!s.table || s.routine == LzwRoutine::None || output.size() >= kNowhere)
         return s.error = kLzwCorrupt;
+    if (s.placesStale)
+        ForgetPlaces(s);
     uint8_t *const out = output.data();
     uint8_t *const end = out + output.size();
     uint8_t *op = out;
@@ -356,10 +365,10 @@ int32_t LZWDecode(LzwState &s, std::span<uint8_t> output) {
         op = ResumePending(s, op, end);
     int32_t status = kLzwOk;
     if (op < end) {
-        status = s.routine == LzwRoutine::OldStyle ? CodeRun<LsbFirst>(s, out, end).Run(op)
-                                                   : CodeRun<MsbFirst>(s, out, end).Run(op);
+        status = s.routine == LzwRoutine::OldStyle ? DecodeCodes<LsbFirst>(s, out, end, op)
+                                                   : DecodeCodes<MsbFirst>(s, out, end, op);
     }
-    s.callBase += output.size();
+    s.placesStale = true;
     // A full output with no EOI after it: the strip ended without one (EOI would have ended the
     // loop before the output was full, so none was read).
     if (status == kLzwOk && s.pendingCode == kNoCode && s.bitsLeft < s.width)

@@ -13,13 +13,10 @@ enum LzwStatus : int32_t {
     kLzwNoMemory = -2, // the code table could not be allocated
 };
 
-// One code-table entry: a string as a link to its prefix plus its last byte.
-struct LzwCode {
-    uint64_t outPos;   // where this string sits in the current call's output (see LzwState)
-    uint16_t link;     // entry of the prefix; the sentinel entry for a single byte
-    uint16_t length;   // 0 for an entry that holds no string
-    uint8_t value;     // last byte of the string
-    uint8_t firstChar; // first byte of the string
+// The code table, private to the decoder.
+struct LzwTable;
+struct LzwTableDeleter {
+    void operator()(LzwTable *table) const;
 };
 
 enum class LzwRoutine : uint8_t { None, NewStyle, OldStyle };
@@ -44,22 +41,21 @@ struct LzwState {
     uint32_t nextFree = 258;
     uint32_t prevCode = UINT32_MAX; // none before the first code
     uint32_t growthEntry = 510;
-    bool tainted = false; // an empty entry became a prefix since the last clear code
-    std::unique_ptr<LzwCode[]> table;
+    std::unique_ptr<LzwTable, LzwTableDeleter> table;
 
     // A string cut at the end of the previous call: its code and the bytes already written.
     uint32_t pendingCode = UINT32_MAX;
     uint32_t pendingDone = 0;
 
-    // Output positions run on across calls so that a stored position tells whether the string
-    // lies in the current call's output: positions below callBase belong to earlier calls.
-    uint64_t callBase = 1;
+    // Entries remember where their strings were written in the output of the call that
+    // defined them; once a call returns, those places are gone.
+    bool placesStale = false;
 };
 
 // Hooks in libtiff's order: set-up allocates the table, pre-decode starts a strip or tile over
 // `input` (which must outlive the decode calls), decode fills `output` completely and can stop
-// in the middle of a string and resume on the next call, clean-up frees the table. Each
-// returns a LzwStatus and keeps it in state.error.
+// in the middle of a string and resume on the next call (outputs of up to 4 GiB - 2 bytes per
+// call), clean-up frees the table. Each returns a LzwStatus and keeps it in state.error.
 int32_t LZWSetupDecode(LzwState &state);
 int32_t LZWPreDecode(LzwState &state, std::span<const uint8_t> input);
 int32_t LZWDecode(LzwState &state, std::span<uint8_t> output);

@@ -1,0 +1,124 @@
+// Strip and tile decoding: compressions none, LZW, Deflate and PackBits, then the predictor.
+#include "TiffDecodeStrip.h"
+
+#include "TiffLzw.h"
+#include "TiffPackBits.h"
+#include "TiffPredictor.h"
+
+#include <zlib.h>
+
+#include <memory>
+#include <new>
+
+namespace tiff {
+namespace {
+
+const wchar_t kSourceFile[] = L"Subsystems/TiffImage/TiffDecodeStrip";
+
+constexpr uint16_t kTagBitsPerSample = 258;
+constexpr uint16_t kTagCompression = 259;
+constexpr uint16_t kTagSamplesPerPixel = 277;
+constexpr uint16_t kTagPredictor = 317;
+
+bool Fail(CTiffReader &reader, int line, int32_t code) {
+    reader.SetError(kSourceFile, line, code);
+    return false;
+}
+
+bool IsSupported(uint64_t compression) {
+    switch (compression) {
+    case kCompressionNone:
+    case kCompressionLzw:
+    case kCompressionDeflate:
+    case kCompressionPackBits:
+    case kCompressionDeflateOld:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Reads the strip's compressed bytes into a buffer of their own; nullptr with the error set.
+std::unique_ptr<uint8_t[]> ReadCompressed(CTiffReader &reader, uint32_t offset, uint32_t size) {
+    // A byte count past the end of the file cannot be read: say so before allocating for it.
+    if (uint64_t{offset} + size > reader.FileLength()) {
+        Fail(reader, __LINE__, kTiffReadFailed);
+        return nullptr;
+    }
+    std::unique_ptr<uint8_t[]> bytes(new (std::nothrow) uint8_t[size]);
+    if (!bytes) {
+        Fail(reader, __LINE__, kTiffNoMemory);
+        return nullptr;
+    }
+    if (!reader.ReadBytes(offset, bytes.get(), size, kSourceFile, __LINE__)) {
+        if (!reader.Error().IsSet())
+            Fail(reader, __LINE__, kTiffReadFailed);
+        return nullptr;
+    }
+    return bytes;
+}
+
+bool Inflate(const uint8_t *in, uint32_t inSize, unsigned char *out, uint32_t outSize) {
+    uLongf length = outSize;
+    return uncompress(out, &length, in, inSize) == Z_OK && length == outSize;
+}
+
+// Decompresses into `out`; false when the data does not decode to exactly `decodedSize` bytes.
+bool Decompress(uint64_t compression, const uint8_t *in, uint32_t compressedSize,
+                unsigned char *out, uint32_t decodedSize) {
+    switch (compression) {
+    case kCompressionLzw:
+        return LZWDecodeStrip(out, in, decodedSize, compressedSize) == kLzwOk;
+    case kCompressionPackBits:
+        return PackBitsDecode({in, compressedSize}, {out, decodedSize});
+    default: // Deflate, new and old code
+        return Inflate(in, compressedSize, out, decodedSize);
+    }
+}
+
+} // namespace
+
+bool ImageDecodeStrip(CTiffReader &reader, const TiffDirectory &dir, uint32_t uiStripOffset,
+                      uint32_t uiScansThisStrip, uint32_t compressedSize, uint32_t decodedSize,
+                      unsigned char *out) {
+    if (uiScansThisStrip == 0 || compressedSize == 0 || decodedSize == 0)
+        return true;
+    const uint64_t compression = dir.GetUInt(kTagCompression, kCompressionNone);
+    if (!IsSupported(compression))
+        return Fail(reader, __LINE__, kTiffUnsupported);
+    const auto predictor = static_cast<uint32_t>(dir.GetUInt(kTagPredictor, 1) & 0xFF);
+
+    PredictorRows rows;
+    rows.bitsPerSample = static_cast<uint32_t>(dir.GetUInt(kTagBitsPerSample, 1));
+    rows.samplesPerPixel = static_cast<uint32_t>(dir.GetUInt(kTagSamplesPerPixel, 1));
+    const uint64_t bitsPerPixel = uint64_t{rows.bitsPerSample} * rows.samplesPerPixel;
+    if (bitsPerPixel == 0)
+        return Fail(reader, __LINE__, kTiffBadFormat);
+    const uint64_t pixelsPerRow = uint64_t{decodedSize} * 8 / bitsPerPixel / uiScansThisStrip;
+    if (pixelsPerRow == 0)
+        return true;
+    rows.pixelsPerRow = static_cast<size_t>(pixelsPerRow);
+    rows.bytesPerRow = static_cast<size_t>(bitsPerPixel * pixelsPerRow / 8);
+    rows.rows = uiScansThisStrip;
+    rows.bigEndian = reader.IsBigEndian();
+    rows.data = out;
+
+    if (compression == kCompressionNone) {
+        if (compressedSize != decodedSize)
+            return Fail(reader, __LINE__, kTiffBadFormat);
+        if (!reader.ReadBytes(uiStripOffset, out, decodedSize, kSourceFile, __LINE__))
+            return reader.Error().IsSet() ? false : Fail(reader, __LINE__, kTiffReadFailed);
+        return true;
+    }
+    const std::unique_ptr<uint8_t[]> compressed =
+        ReadCompressed(reader, uiStripOffset, compressedSize);
+    if (!compressed)
+        return false;
+    if (!Decompress(compression, compressed.get(), compressedSize, out, decodedSize))
+        return Fail(reader, __LINE__, kTiffBadFormat);
+    if (compression != kCompressionPackBits && !UndoPredictor(predictor, rows))
+        return Fail(reader, __LINE__, kTiffBadFormat);
+    return true;
+}
+
+} // namespace tiff

@@ -1,0 +1,28 @@
+// Decoding one strip or tile: read its compressed bytes, decompress (none, LZW, Deflate,
+// PackBits) and undo the predictor.
+#pragma once
+#include "TiffRead.h"
+
+#include <cstdint>
+
+namespace tiff {
+
+enum TiffCompression : uint32_t {
+    kCompressionNone = 1,
+    kCompressionLzw = 5,
+    kCompressionDeflate = 8,
+    kCompressionPackBits = 32773,
+    kCompressionDeflateOld = 32946,
+};
+
+// Decodes the strip of `uiScansThisStrip` rows at `uiStripOffset` (`compressedSize` bytes in the
+// file) into `out`, which holds `decodedSize` bytes. Multi-byte samples are left in the file's
+// byte order, except after the floating point predictor, which leaves little-endian values.
+// False with the reader's error record set (source Subsystems/TiffImage/TiffDecodeStrip):
+// -3 the bytes could not be read, -4 no memory for them, -5 bad data or predictor, -6 an
+// unsupported compression.
+bool ImageDecodeStrip(CTiffReader &reader, const TiffDirectory &dir, uint32_t uiStripOffset,
+                      uint32_t uiScansThisStrip, uint32_t compressedSize, uint32_t decodedSize,
+                      unsigned char *out);
+
+} // namespace tiff

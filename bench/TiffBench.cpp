@@ -1,0 +1,182 @@
+// Decoding speed of the TIFF library's strip decoder against libtiff on large generated images:
+// both decode every strip of the same file in the same run; the best of N runs is compared.
+#include "LibtiffSide.h"
+#include "Subsystems/TiffImage/TiffDecodeStrip.h"
+#include "Subsystems/TiffImage/TiffRead.h"
+#include "shr/Strings.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <time.h>
+
+namespace {
+
+struct Case {
+    const char *name;
+    bench::ImageSpec spec;
+};
+
+// Aerial-like content: smooth terrain, flat water, straight roads and a little sensor noise.
+std::vector<uint8_t> MakeImage(const bench::ImageSpec &s) {
+    std::vector<double> rowWave(s.height), colWave(s.width);
+    for (uint32_t y = 0; y < s.height; ++y)
+        rowWave[y] = 60 + 40 * std::sin(y / 97.0) + 15 * std::sin(y / 13.0);
+    for (uint32_t x = 0; x < s.width; ++x)
+        colWave[x] = 50 + 35 * std::sin(x / 151.0) + 10 * std::cos(x / 7.0);
+    const size_t bytes = s.bitsPerSample / 8;
+    std::vector<uint8_t> pixels(size_t{s.width} * s.height * s.samples * bytes);
+    uint32_t noise = 2463534242u;
+    size_t at = 0;
+    for (uint32_t y = 0; y < s.height; ++y) {
+        for (uint32_t x = 0; x < s.width; ++x) {
+            const bool water = (x / 400 + y / 300) % 5 == 0;
+            const bool road = x % 613 < 6 || y % 577 < 5;
+            for (uint32_t c = 0; c < s.samples; ++c) {
+                noise ^= noise << 13, noise ^= noise >> 17, noise ^= noise << 5;
+                double v = water ? 40 + c * 9 : rowWave[y] + colWave[x] + c * 12 + (noise & 7);
+                if (road)
+                    v = 200 + c;
+                const uint32_t value = bytes == 1 ? static_cast<uint32_t>(v)
+                                                  : static_cast<uint32_t>(v * 250 + (noise >> 28));
+                std::memcpy(&pixels[at], &value, bytes); // little-endian host
+                at += bytes;
+            }
+        }
+    }
+    return pixels;
+}
+
+// CPU time of this thread: other processes on a busy machine do not count against a decoder.
+double ThreadSeconds() {
+    timespec ts{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
+}
+
+// Best times of `decoders`, run in turn `runs` times so that both see the same machine load.
+std::vector<double> BestSeconds(int runs, const std::vector<std::function<bool()>> &decoders) {
+    std::vector<double> best(decoders.size(), 1e30);
+    for (int i = 0; i < runs; ++i) {
+        for (size_t d = 0; d < decoders.size(); ++d) {
+            const double start = ThreadSeconds();
+            if (!decoders[d]())
+                return {};
+            best[d] = std::min(best[d], ThreadSeconds() - start);
+        }
+    }
+    return best;
+}
+
+// Our library: open the file and decode every strip of the first directory in turn.
+bool DecodeOurs(const std::string &path, std::vector<uint8_t> &image, std::string &message) {
+    tiff::CTiffReader reader;
+    if (!reader.Open(shr::AtoW(path)) || reader.Directories().empty()) {
+        message = "cannot open " + path + ": " + shr::WtoA(reader.Error().Describe());
+        return false;
+    }
+    const tiff::TiffDirectory &dir = reader.Directories()[0];
+    const tiff::TiffEntry *offsets = dir.Find(273);
+    const tiff::TiffEntry *counts = dir.Find(279);
+    const uint64_t width = dir.GetUInt(256, 0), height = dir.GetUInt(257, 0);
+    const uint64_t rowsPerStrip = dir.GetUInt(278, height);
+    const uint64_t rowBytes = width * dir.GetUInt(277, 1) * dir.GetUInt(258, 1) / 8;
+    if (!offsets || !counts || rowsPerStrip == 0 || rowBytes * height > image.size()) {
+        message = "unexpected layout in " + path;
+        return false;
+    }
+    size_t at = 0;
+    for (uint64_t i = 0, first = 0; first < height; ++i, first += rowsPerStrip) {
+        const auto rows = static_cast<uint32_t>(std::min(rowsPerStrip, height - first));
+        const auto size = static_cast<uint32_t>(rows * rowBytes);
+        if (!tiff::ImageDecodeStrip(reader, dir, static_cast<uint32_t>(offsets->GetUInt(i)), rows,
+                                    static_cast<uint32_t>(counts->GetUInt(i)), size,
+                                    image.data() + at)) {
+            message = "strip " + std::to_string(i) + ": " + shr::WtoA(reader.Error().Describe());
+            return false;
+        }
+        at += size;
+    }
+    return true;
+}
+
+bool Prepare(const std::string &path, const bench::ImageSpec &spec, std::string &message) {
+    if (std::filesystem::exists(path))
+        return true;
+    std::printf("  writing %s\n", path.c_str());
+    std::fflush(stdout);
+    return bench::WriteWithLibtiff(path, spec, MakeImage(spec), message);
+}
+
+bool RunCase(const Case &c, const std::string &dir, int runs) {
+    const std::string path = dir + "/" + c.name + ".tif";
+    std::string message;
+    if (!Prepare(path, c.spec, message)) {
+        std::fprintf(stderr, "%s\n", message.c_str());
+        return false;
+    }
+    const size_t size =
+        size_t{c.spec.width} * c.spec.height * c.spec.samples * c.spec.bitsPerSample / 8;
+    std::vector<uint8_t> ours(size), theirs(size);
+    const bool deflate = c.spec.compression == 8;
+    std::vector<std::function<bool()>> decoders = {
+        [&] { return DecodeOurs(path, ours, message); },
+        [&] { return bench::DecodeWithLibtiff(path, theirs, false, message); }};
+    if (deflate)
+        decoders.push_back([&] { return bench::DecodeWithLibtiff(path, theirs, true, message); });
+    const std::vector<double> t = BestSeconds(runs, decoders);
+    if (t.empty()) {
+        std::fprintf(stderr, "%s: %s\n", c.name, message.c_str());
+        return false;
+    }
+    if (ours != theirs) {
+        std::fprintf(stderr, "%s: decoded pixels differ from libtiff's\n", c.name);
+        return false;
+    }
+    const double mib = static_cast<double>(size) / (1024.0 * 1024.0);
+    std::printf("%-20s %5.1f MiB  ours %6.1f ms  libtiff %6.1f ms  ratio %.2f", c.name, mib,
+                t[0] * 1e3, t[1] * 1e3, t[0] / t[1]);
+    if (deflate)
+        std::printf("  (libtiff on zlib %6.1f ms, ratio %.2f)", t[2] * 1e3, t[0] / t[2]);
+    std::printf("\n");
+    std::fflush(stdout);
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const std::string dir = argc > 1 ? argv[1] : "bench-data";
+    const int runs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 5;
+    const char *only = argc > 3 ? argv[3] : nullptr;
+    std::filesystem::create_directories(dir);
+    // 4800 x 4800 RGB is 65.9 MiB; 6000 x 6000 16-bit gray is 68.7 MiB.
+    const bench::ImageSpec rgb{4800, 4800, 3, 8, 1, 1, 0};
+    const bench::ImageSpec gray16{6000, 6000, 1, 16, 1, 1, 0};
+    const auto with = [](bench::ImageSpec s, uint16_t compression, uint16_t predictor) {
+        s.compression = compression;
+        s.predictor = predictor;
+        return s;
+    };
+    const Case cases[] = {
+        {"lzw-rgb8", with(rgb, 5, 1)},
+        {"lzw-pred2-rgb8", with(rgb, 5, 2)},
+        {"lzw-pred2-gray16", with(gray16, 5, 2)},
+        {"deflate-rgb8", with(rgb, 8, 1)},
+        {"deflate-pred2-rgb8", with(rgb, 8, 2)},
+        {"packbits-rgb8", with(rgb, 32773, 1)},
+    };
+    std::printf("best of %d runs, thread CPU time; ratio = ours / libtiff (below 1 is faster)\n",
+                runs);
+    bool ok = true;
+    for (const Case &c : cases) {
+        if (!only || std::strstr(c.name, only))
+            ok = RunCase(c, dir, runs) && ok;
+    }
+    return ok ? 0 : 1;
+}
