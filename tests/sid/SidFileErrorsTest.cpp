@@ -1,0 +1,140 @@
+// Failure texts of SidInterface on real files through the engine choice and the GeoTIFF
+// engine: missing, short, foreign, MrSID, JPEG 2000, truncated, unsupported and corrupt files.
+#include "SidInterface.h"
+
+#include "TestFiles.h"
+#include "TiffBuilder.h"
+
+#include <gtest/gtest.h>
+
+using sidtest::TiffBuilder;
+
+namespace {
+
+const std::wstring kOpenPrefix = L"Failed opening MrSID file:  ";
+const std::wstring kReported = L"\nThe MrSID reader reported an error:  ";
+const std::wstring kReadFailed = L"Failed reading or decoding scanline data from MrSID file.";
+
+// An 8 x 8 grey image; its strip bytes are split evenly over 8 / rowsPerStrip strips.
+std::string GreyTiff(uint16_t compression, const std::string &data, uint32_t rowsPerStrip = 8) {
+    TiffBuilder b;
+    b.Image(8, 8, 1, 8, 1, rowsPerStrip).Short(259, {compression});
+    const size_t strips = 8 / rowsPerStrip, size = data.size() / strips;
+    for (size_t i = 0; i < strips; ++i)
+        b.Strip(data.substr(i * size, size));
+    return b.Build();
+}
+
+std::string Ramp(size_t n) {
+    std::string s;
+    for (size_t i = 0; i < n; ++i)
+        s.push_back(char(i * 3));
+    return s;
+}
+
+struct OpenCase {
+    const char *name;
+    std::string bytes;
+    std::wstring reason; // after the "reported an error" line
+};
+
+TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
+    const std::string validTiff = GreyTiff(1, Ramp(64));
+    const OpenCase cases[] = {
+        {"empty.bin", "",
+         L"the file is not an image this reader recognizes: the file is shorter "
+         L"than any image header"},
+        {"text.txt", "hello, this is text",
+         L"the file is not an image this reader recognizes: unknown file signature"},
+        {"image.sid", std::string("msid\x01\x02\x03\x04junk", 12),
+         L"this is a MrSID image; decoding it needs the vendor's MrSID Decode SDK, which is not "
+         L"included in this build"},
+        {"image.jp2", std::string("\0\0\0\x0CjP  \r\n\x87\n\0\0", 14),
+         L"this is a JPEG 2000 image; no JPEG 2000 decoding engine is included in this build yet"},
+        {"image.j2k", std::string("\xFF\x4F\xFF\x51\0\0", 6),
+         L"this is a JPEG 2000 image; no JPEG 2000 decoding engine is included in this build yet"},
+        {"jpeg.tif", GreyTiff(7, Ramp(64)),
+         L"the image uses a layout this reader does not support: Compression 7 (only none, LZW, "
+         L"Deflate and PackBits are decoded)"},
+    };
+    for (const auto &c : cases) {
+        const std::wstring path = sidtest::Wide(sidtest::WriteScratch(c.name, c.bytes));
+        SidInterface reader;
+        EXPECT_FALSE(reader.Open(path)) << c.name;
+        EXPECT_EQ(reader.GetErrorText(), kOpenPrefix + path + kReported + c.reason) << c.name;
+        // The same reader opens a good file afterwards.
+        EXPECT_TRUE(reader.Open(sidtest::Wide(sidtest::WriteScratch("valid.tif", validTiff))));
+        EXPECT_EQ(reader.GetWidth(), 8u);
+    }
+}
+
+TEST(SidFileErrors, MissingFile) {
+    const std::wstring path = sidtest::Wide(sidtest::ScratchPath("missing/nothing.sid"));
+    SidInterface reader;
+    EXPECT_FALSE(reader.Open(path));
+    EXPECT_EQ(reader.GetErrorText(), kOpenPrefix + path + kReported +
+                                         L"the input stream could not be opened: the file "
+                                         L"could not be opened");
+}
+
+TEST(SidFileErrors, TruncatedStructureFailsOpening) {
+    const std::string whole = GreyTiff(1, Ramp(64));
+    const std::wstring path =
+        sidtest::Wide(sidtest::WriteScratch("cut_ifd.tif", whole.substr(0, 20)));
+    SidInterface reader;
+    EXPECT_FALSE(reader.Open(path));
+    const std::wstring text = reader.GetErrorText();
+    EXPECT_EQ(text.rfind(kOpenPrefix + path + kReported, 0), 0u) << text;
+    EXPECT_NE(text.find(L"TIFF structure: Subsystems/TiffImage/TiffRead"), std::wstring::npos)
+        << text;
+}
+
+struct ReadCase {
+    const char *name;
+    std::string bytes;
+    std::wstring reasonStart;
+};
+
+TEST(SidFileErrors, DataFailuresAppearWhenTheirStripIsRead) {
+    const std::string whole = GreyTiff(1, Ramp(64), 4); // two strips of four rows
+    const ReadCase cases[] = {
+        {"cut_data.tif", whole.substr(0, whole.size() - 10),
+         L"decoding the image data failed: strip 1: Subsystems/TiffImage/TiffDecodeStrip"},
+        {"bad_lzw.tif", GreyTiff(5, std::string(20, '\xFF')),
+         L"decoding the image data failed: strip 0: Subsystems/TiffImage/TiffDecodeStrip"},
+        {"bad_deflate.tif", GreyTiff(8, "not a zlib stream at all"),
+         L"decoding the image data failed: strip 0: Subsystems/TiffImage/TiffDecodeStrip"},
+    };
+    for (const auto &c : cases) {
+        SidInterface reader;
+        ASSERT_TRUE(reader.Open(sidtest::Wide(sidtest::WriteScratch(c.name, c.bytes)))) << c.name;
+        std::vector<uint8_t> row(64);
+        bool failed = false;
+        for (uint32_t y = 0; y < reader.GetHeight() && !failed; ++y)
+            failed = !reader.ReadScanline(y, row.data());
+        EXPECT_TRUE(failed) << c.name;
+        EXPECT_EQ(reader.GetErrorText().rfind(kReadFailed + kReported + c.reasonStart, 0), 0u)
+            << c.name << ": "
+            << std::string(reader.GetErrorText().begin(), reader.GetErrorText().end());
+    }
+}
+
+TEST(SidFileErrors, TruncatedDataKeepsEarlierRowsAndTheReaderUsable) {
+    const std::string whole = GreyTiff(1, Ramp(64), 4);
+    const std::wstring cut =
+        sidtest::Wide(sidtest::WriteScratch("cut_data2.tif", whole.substr(0, whole.size() - 10)));
+    SidInterface reader;
+    reader.SetFormat(3);
+    ASSERT_TRUE(reader.Open(cut));
+    ASSERT_TRUE(reader.SetScale(1));
+    std::vector<uint8_t> row(64);
+    // An 8-row image decodes in one strip of the reader, which spans both file strips.
+    EXPECT_FALSE(reader.ReadScanline(0, row.data()));
+    reader.Close();
+    ASSERT_TRUE(reader.Open(sidtest::Wide(sidtest::WriteScratch("whole.tif", whole))));
+    for (uint32_t y = 0; y < 8; ++y)
+        ASSERT_TRUE(reader.ReadScanline(y, row.data()));
+    EXPECT_EQ(row[1], uint8_t(57 * 3)); // row 7, column 1: sample 57 of the ramp
+}
+
+} // namespace

@@ -1,0 +1,137 @@
+// Pixels read through SidInterface and the GeoTIFF engine against gdal_translate reading the
+// same image and overview: every scale up to the maximum, whole images and regions, over
+// tiled and stripped, chunky and planar, compressed, big-endian and BigTIFF files.
+#include "PeerTools.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using namespace sidpeer;
+
+namespace {
+
+struct PyramidCase {
+    const char *name;
+    uint32_t width, height;
+    int bands;
+    const char *type;
+    const char *options;
+    const char *overviews;
+    uint32_t maxScale;
+    int format;           // our output format; GDAL gives the same channels
+    const char *gdalArgs; // extra arguments for GDAL (such as scaling 16-bit to bytes)
+    int tolerance;        // 0: byte for byte
+};
+
+const PyramidCase kPyramids[] = {
+    {"rgb_tiled_lzw", 1536, 1024, 3, "Byte", "-co TILED=YES -co COMPRESS=LZW", "2 4 8", 8, 4, "",
+     0},
+    {"rgb_planar_packbits", 640, 384, 3, "Byte",
+     "-co TILED=YES -co BLOCKXSIZE=128 -co BLOCKYSIZE=128 -co INTERLEAVE=BAND "
+     "-co COMPRESS=PACKBITS",
+     "2", 2, 4, "", 0},
+    {"grey_strips_deflate", 1024, 512, 1, "Byte",
+     "-co TILED=NO -co BLOCKYSIZE=7 -co COMPRESS=DEFLATE -co PREDICTOR=2", "2 4", 4, 3, "", 0},
+    {"rgb_bigtiff_bigendian", 768, 512, 3, "Byte",
+     "-co BIGTIFF=YES -co ENDIANNESS=BIG -co TILED=YES -co COMPRESS=LZW -co PREDICTOR=2", "2", 2, 4,
+     "", 0},
+    {"grey16_bigendian", 512, 256, 1, "UInt16",
+     "-co ENDIANNESS=BIG -co TILED=YES -co COMPRESS=LZW -co PREDICTOR=2", "", 1, 3,
+     "-ot Byte -scale 0 65535 0 255", 1},
+    {"rgba_alpha", 512, 512, 4, "Byte", "-co ALPHA=YES -co TILED=YES", "2", 2, 5, "", 0},
+};
+
+std::string SourceWindow(const uint32_t *r, uint32_t scale) {
+    const uint32_t w = r[2] - r[0] + 1, h = r[3] - r[1] + 1;
+    return "-srcwin " + std::to_string(r[0]) + " " + std::to_string(r[1]) + " " +
+           std::to_string(w) + " " + std::to_string(h) + " -outsize " + std::to_string(w / scale) +
+           " " + std::to_string(h / scale);
+}
+
+class GdalPyramid : public ::testing::TestWithParam<PyramidCase> {};
+
+TEST_P(GdalPyramid, EveryScaleAndAlignedRegionsMatchGdal) {
+    const PyramidCase &c = GetParam();
+    const std::string source = MakeSource(c.name, c.width, c.height, c.bands, c.type);
+    const std::string tiff = MakeGeoTiff(c.name, source, c.options, c.overviews);
+    ASSERT_FALSE(tiff.empty()) << "gdal could not make " << c.name;
+    const uint32_t channels = c.format == 3 ? 1 : c.format == 4 ? 3 : 4;
+    EXPECT_TRUE(ReadOurs(tiff, c.maxScale * 2, nullptr, c.format).error.empty());
+    for (uint32_t scale = 1; scale <= c.maxScale; scale *= 2) {
+        const uint32_t whole[4] = {0, 0, c.width - 1, c.height - 1};
+        // Aligned to the scale, crossing tile and strip boundaries.
+        const uint32_t inner[4] = {64, 128, 64 + 256 - 1, 128 + 128 - 1};
+        for (const uint32_t *region : {whole, inner}) {
+            const Image ours = ReadOurs(tiff, scale, region, c.format);
+            ASSERT_TRUE(ours.error.empty()) << ours.error;
+            const Image peer =
+                ReadGdal(tiff, SourceWindow(region, scale) + " " + c.gdalArgs, channels);
+            ASSERT_TRUE(peer.error.empty());
+            EXPECT_EQ(MaxDifference(ours, peer) <= c.tolerance, true)
+                << c.name << " scale " << scale << " region " << region[0] << "," << region[1]
+                << " difference " << MaxDifference(ours, peer);
+        }
+    }
+}
+
+TEST_P(GdalPyramid, UnalignedRegionsStartAtTheReducedPixelBelow) {
+    const PyramidCase &c = GetParam();
+    if (c.maxScale < 2 || c.tolerance != 0)
+        GTEST_SKIP() << "needs an overview read byte for byte";
+    const std::string tiff = BuildPath(std::string(c.name) + ".tif");
+    const uint32_t region[4] = {37, 21, 37 + 301, 21 + 150};
+    const uint32_t channels = c.format == 3 ? 1 : c.format == 4 ? 3 : 4;
+    const Image ours = ReadOurs(tiff, 2, region, c.format);
+    ASSERT_TRUE(ours.error.empty()) << ours.error;
+    // The scene starts at the reduced pixel holding (37, 21): full-resolution (36, 20).
+    const Image peer = ReadGdal(tiff, "-srcwin 36 20 302 150 -outsize 151 75", channels);
+    EXPECT_EQ(MaxDifference(ours, peer), 0) << c.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, GdalPyramid, ::testing::ValuesIn(kPyramids),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+TEST(GdalAveraging, ReductionsBeyondTheOverviewsAverageTheFinestLevel) {
+    // 1500 x 700 without overviews: the longer side needs a reduction of 4 to fit 512 pixels.
+    const std::string source = MakeSource("grey_no_overviews", 1500, 700, 1, "Byte");
+    const std::string tiff = MakeGeoTiff("grey_no_overviews", source, "-co TILED=YES", "");
+    ASSERT_FALSE(tiff.empty());
+    for (uint32_t scale : {2u, 4u}) {
+        const uint32_t whole[4] = {0, 0, 1499, 699};
+        const Image ours = ReadOurs(tiff, scale, whole, 3);
+        ASSERT_TRUE(ours.error.empty()) << ours.error;
+        const Image peer = ReadGdal(tiff, "-r average " + SourceWindow(whole, scale), 1);
+        EXPECT_LE(MaxDifference(ours, peer), 1) << "scale " << scale;
+        EXPECT_GE(MaxDifference(ours, peer), 0);
+    }
+    EXPECT_TRUE(ReadOurs(tiff, 8, nullptr, 3).error.empty()); // clamped to 4
+}
+
+struct FixtureCase {
+    const char *file;
+    int format;
+    const char *gdalArgs;
+};
+
+TEST(GdalFixtures, LibtiffSamplesMatchGdal) {
+    const FixtureCase cases[] = {
+        {"tiff/rgb-3c-8b.tiff", 4, ""},
+        {"tiff/minisblack-1c-8b.tiff", 3, ""},
+        {"tiff/palette-1c-8b.tiff", 4, "-expand rgb"},
+        {"tiff/palette-1c-4b.tiff", 4, "-expand rgb"},
+        {"tiff/quad-lzw-compat.tiff", 4, ""},
+        {"tiff/rgb-3c-16b.tiff", 4, "-ot Byte -scale 0 65535 0 255"},
+        {"geotiff/byte.tif", 3, ""},
+    };
+    for (const auto &c : cases) {
+        const std::string path = std::string(IOSID_TESTDATA) + "/" + c.file;
+        const Image ours = ReadOurs(path, 1, nullptr, c.format);
+        ASSERT_TRUE(ours.error.empty()) << c.file << ": " << ours.error;
+        const Image peer = ReadGdal(path, c.gdalArgs, c.format == 3 ? 1 : 3);
+        EXPECT_LE(MaxDifference(ours, peer), 1) << c.file;
+        EXPECT_GE(MaxDifference(ours, peer), 0) << c.file;
+    }
+}
+
+} // namespace

@@ -1,0 +1,127 @@
+// GDAL peer helpers.
+#include "PeerTools.h"
+
+#include "SidInterface.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace sidpeer {
+
+int Run(const std::string &command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
+
+std::string Capture(const std::string &command) {
+    std::string out;
+    if (FILE *pipe = popen(command.c_str(), "r")) {
+        char buf[4096];
+        size_t n;
+        while ((n = std::fread(buf, 1, sizeof buf, pipe)) > 0)
+            out.append(buf, n);
+        pclose(pipe);
+    }
+    return out;
+}
+
+std::string BuildPath(const std::string &name) { return std::string(IOSID_BUILD_DIR) + "/" + name; }
+
+std::string MakeSource(const std::string &name, uint32_t width, uint32_t height, int bands,
+                       const std::string &type) {
+    const std::string raw = BuildPath(name + ".raw");
+    const bool wide = type == "UInt16";
+    std::ofstream out(raw, std::ios::binary);
+    for (int b = 0; b < bands; ++b)
+        for (uint32_t y = 0; y < height; ++y)
+            for (uint32_t x = 0; x < width; ++x) {
+                // Gradients plus a hash, so that neighbouring pixels differ and averages vary.
+                const uint32_t h = (x * 2654435761u) ^ (y * 40503u) ^ (b * 97u);
+                const uint32_t v = (x / 3 + y / 2 + b * 60 + (h >> 27)) & 0xFF;
+                if (wide) {
+                    const uint16_t w = static_cast<uint16_t>(v * 251 + (h & 0xFF));
+                    out.write(reinterpret_cast<const char *>(&w), 2);
+                } else {
+                    out.put(static_cast<char>(v));
+                }
+            }
+    std::ofstream header(BuildPath(name + ".hdr"));
+    header << "ENVI\nsamples = " << width << "\nlines = " << height << "\nbands = " << bands
+           << "\nheader offset = 0\nfile type = ENVI Standard\ndata type = " << (wide ? 12 : 1)
+           << "\ninterleave = bsq\nbyte order = 0\n";
+    return raw;
+}
+
+std::string MakeGeoTiff(const std::string &name, const std::string &source,
+                        const std::string &options, const std::string &overviews) {
+    const std::string path = BuildPath(name + ".tif");
+    std::remove(path.c_str());
+    const std::string translate = "gdal_translate -q -of GTiff -a_srs EPSG:32611 "
+                                  "-a_ullr 500000 4100000 530000 4080000 " +
+                                  options + " " + source + " " + path;
+    if (Run(translate) != 0)
+        return "";
+    if (!overviews.empty() && Run("gdaladdo -q -r average " + path + " " + overviews) != 0)
+        return "";
+    return path;
+}
+
+Image ReadOurs(const std::string &path, uint32_t scale, const uint32_t *region, int format) {
+    Image image;
+    SidInterface reader;
+    reader.SetFormat(format);
+    if (!reader.Open(std::wstring(path.begin(), path.end())) || !reader.SetScale(scale)) {
+        image.error = "open or scale failed";
+        return image;
+    }
+    if (region)
+        reader.SetRegion(region[0], region[1], region[2], region[3]);
+    image.width = reader.GetWidth();
+    image.height = reader.GetHeight();
+    image.channels = format == 5 ? 4 : format == 4 ? 3 : 1;
+    std::vector<uint8_t> row(size_t{image.width} * 4);
+    for (uint32_t y = 0; y < image.height; ++y) {
+        if (!reader.ReadScanline(y, row.data())) {
+            image.error = "row " + std::to_string(y) + " failed";
+            return image;
+        }
+        for (uint32_t x = 0; x < image.width; ++x) {
+            const uint8_t *p = row.data() + size_t{x} * image.channels;
+            if (image.channels == 1) {
+                image.data.push_back(p[0]);
+                continue;
+            }
+            image.data.insert(image.data.end(), {p[2], p[1], p[0]});
+            if (image.channels == 4)
+                image.data.push_back(p[3]);
+        }
+    }
+    return image;
+}
+
+Image ReadGdal(const std::string &path, const std::string &args, uint32_t channels) {
+    Image image;
+    const std::string out = BuildPath("gdal_peer_out.raw");
+    std::remove(out.c_str());
+    if (Run("gdal_translate -q -of ENVI -co INTERLEAVE=BIP " + args + " " + path + " " + out) !=
+        0) {
+        image.error = "gdal_translate failed";
+        return image;
+    }
+    const std::string info = Capture("gdalinfo " + out);
+    std::sscanf(info.c_str() + info.find("Size is"), "Size is %u, %u", &image.width, &image.height);
+    image.channels = channels;
+    std::ifstream in(out, std::ios::binary);
+    image.data.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return image;
+}
+
+int MaxDifference(const Image &a, const Image &b) {
+    if (a.width != b.width || a.height != b.height || a.data.size() != b.data.size())
+        return -1;
+    int worst = 0;
+    for (size_t i = 0; i < a.data.size(); ++i)
+        worst = std::max(worst, std::abs(int{a.data[i]} - int{b.data[i]}));
+    return worst;
+}
+
+} // namespace sidpeer
