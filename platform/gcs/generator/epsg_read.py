@@ -13,6 +13,7 @@ HELMERT_POSITION_VECTOR = 9606
 HELMERT_COORDINATE_FRAME = 9607
 WGS84_GEOGRAPHIC = 4326
 WGS84_DATUM = 6326
+ENSEMBLE_SUFFIX = " ensemble"
 
 
 def open_database(path):
@@ -88,10 +89,13 @@ def read_prime_meridians(db, units):
 def read_datums(db, units, ellipsoid_index):
     meridians = read_prime_meridians(db, units)
     shifts = read_wgs84_shifts(db, units)
-    rows = db.execute("select code, name, ellipsoid_code, prime_meridian_code, deprecated"
-                      " from geodetic_datum where auth_name = 'EPSG' order by code")
+    rows = db.execute("select code, name, ellipsoid_code, prime_meridian_code, deprecated,"
+                      " ensemble_accuracy is not null from geodetic_datum"
+                      " where auth_name = 'EPSG' order by code")
     result = []
-    for code, name, ellipsoid, meridian, deprecated in rows:
+    for code, name, ellipsoid, meridian, deprecated, ensemble in rows:
+        if ensemble and name.endswith(ENSEMBLE_SUFFIX):
+            name = name[:-len(ENSEMBLE_SUFFIX)]  # the name the ensemble's members share
         method, values = "EllipsoidOnly", [0.0] * 7
         if code == WGS84_DATUM:
             method = "ThreeParameter"
