@@ -59,6 +59,9 @@ public:
             im.width, im.height, LTIPixel(im.colorSpace, im.bands, im.dataType), im.minMag);
         if (status == LT_STS_Success && im.hasRange)
             setDynamicRange(im.rangeMin, im.rangeMax);
+        for (const auto &record : im.records)
+            metadata().add(record);
+        setGeoCoord(im.geo);
         return status;
     }
 

@@ -21,6 +21,8 @@ struct TestImage {
     // Sample of `band` at pixel (x, y) of the scene's magnification.
     std::function<double(uint16_t band, uint32_t x, uint32_t y)> sample =
         [](uint16_t band, uint32_t x, uint32_t y) { return double((band * 50 + x + y) % 256); };
+    std::vector<LizardTech::LTIMetadataRecord> records; // the image's metadata, in order
+    LizardTech::LTIGeoCoord geo;                        // pixel space unless set
     int failOnRead = -1; // 0-based index of the read that fails; -1 never
     bool failInitialize = false;
 };

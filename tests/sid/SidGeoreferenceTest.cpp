@@ -1,0 +1,152 @@
+// SidInterface::Georeference over the synthetic engine: which metadata records count, their
+// order, the unit scale, when a warp is made and its control points.
+#include "SidInterface.h"
+
+#include "TestEngine.h"
+#include "TestFiles.h"
+
+#include "gcs/GCSDef.h"
+#include "georef/GeoTiffCodes.h"
+
+#include <gtest/gtest.h>
+
+using namespace LizardTech;
+using sidtest::TestEngineScope;
+using sidtest::TestImage;
+
+namespace {
+
+constexpr int32_t kUtm11 = 32611;
+
+LTIMetadataRecord Short(const std::string &name, int32_t value,
+                        LTIMetadataDataType type = LTI_METADATA_DATATYPE_UINT16) {
+    const uint16_t v = static_cast<uint16_t>(value);
+    const uint32_t wide = static_cast<uint32_t>(value);
+    return type == LTI_METADATA_DATATYPE_UINT16 ? LTIMetadataRecord(name, type, &v, 1)
+                                                : LTIMetadataRecord(name, type, &wide, 1);
+}
+
+gcs::GCSDef Georeference(TestImage image, uint32_t scale = 1, const uint32_t *region = nullptr) {
+    image.width = 2000;
+    image.height = 1000;
+    TestEngineScope engine(std::move(image));
+    SidInterface reader;
+    gcs::GCSDef gcsDef;
+    EXPECT_TRUE(reader.Open(sidtest::Wide(sidtest::WriteScratch("georef.bin", "GEO!"))));
+    reader.SetScale(scale);
+    if (region)
+        reader.SetRegion(region[0], region[1], region[2], region[3]);
+    EXPECT_TRUE(reader.Georeference(gcsDef));
+    return gcsDef;
+}
+
+double UnitScale(const gcs::GCSDef &gcsDef) {
+    return gcsDef.GetProjection()
+               ? gcsDef.GetProjection()->GetParameter(gcs::ProjectionParameterID::LinearScale)
+               : -1.0;
+}
+
+double PredefinedUnitScale(int32_t code) {
+    gcs::GCSDef known;
+    EXPECT_TRUE(georef::GeoTIFFCoordSysCodeToProjectionAndDatum(code, known));
+    return UnitScale(known);
+}
+
+struct KeyCase {
+    const char *name;
+    std::vector<LTIMetadataRecord> records;
+    int32_t posc;
+    double unitScale; // -1: no projection
+};
+
+TEST(SidGeoreference, MetadataKeysByNameTypeAndOrder) {
+    const double feet = 3.280839895013123;
+    const KeyCase cases[] = {
+        {"vendor name",
+         {Short("GEOTIFF_NUM::3072::ProjectedCSTypeGeoKey", kUtm11)},
+         kUtm11,
+         PredefinedUnitScale(kUtm11)},
+        {"lower case with more after the prefix",
+         {Short("geotiff_num::3072:xyz", kUtm11)},
+         kUtm11,
+         PredefinedUnitScale(kUtm11)},
+        {"only sixteen characters of the prefix", {Short("GEOTIFF_NUM::307", kUtm11)}, 0, -1},
+        {"wrong data type",
+         {Short("GEOTIFF_NUM::3072::", kUtm11, LTI_METADATA_DATATYPE_UINT32)},
+         0,
+         -1},
+        {"negative code widened with its sign", {Short("GEOTIFF_NUM::3072::", -1)}, 0, -1},
+        {"unit after system",
+         {Short("GEOTIFF_NUM::3072::", kUtm11), Short("GEOTIFF_NUM::3076::", 9002)},
+         kUtm11,
+         feet},
+        {"unit before system does nothing",
+         {Short("GEOTIFF_NUM::3076::", 9002), Short("GEOTIFF_NUM::3072::", kUtm11)},
+         kUtm11,
+         PredefinedUnitScale(kUtm11)},
+        {"unknown unit gives zero",
+         {Short("GEOTIFF_NUM::3072::", kUtm11), Short("GEOTIFF_NUM::3076::", 1)},
+         kUtm11,
+         0.0},
+        {"unit of the wrong type is skipped",
+         {Short("GEOTIFF_NUM::3072::", kUtm11),
+          Short("GEOTIFF_NUM::3076::", 9002, LTI_METADATA_DATATYPE_UINT32)},
+         kUtm11,
+         PredefinedUnitScale(kUtm11)},
+    };
+    for (const auto &c : cases) {
+        TestImage image;
+        image.records = c.records;
+        const gcs::GCSDef gcsDef = Georeference(image);
+        EXPECT_EQ(gcsDef.GetPOSC(), c.posc) << c.name;
+        EXPECT_DOUBLE_EQ(UnitScale(gcsDef), c.unitScale) << c.name;
+        EXPECT_EQ(gcsDef.GetWarp(), nullptr) << c.name << ": pixel space gets no warp";
+    }
+}
+
+struct WarpCase {
+    const char *name;
+    LTIGeoCoord geo;
+    bool warped;
+};
+
+TEST(SidGeoreference, WarpOnlyForRealGeoreferencing) {
+    const WarpCase cases[] = {
+        {"pixel space", LTIGeoCoord(), false},
+        {"offset on x only: both x corners nonzero", LTIGeoCoord(5, 0, 1, 1, 0, 0), true},
+        {"offset on both axes", LTIGeoCoord(5, 7, 1, 1, 0, 0), true},
+        {"north up metres", LTIGeoCoord(440750, 3751290, 60, -60, 0, 0), true},
+        {"degenerate x extent", LTIGeoCoord(100, 100, 0, -2, 0, 0), false},
+        {"pixel space flipped", LTIGeoCoord(0, 0, 1, -1, 0, 0), false},
+        {"extent one pixel larger than the image", LTIGeoCoord(0, 0, 1.0004, 1, 0, 0), false},
+        {"extent two pixels larger", LTIGeoCoord(0, 0, 1.0011, 1, 0, 0), true},
+    };
+    for (const auto &c : cases) {
+        TestImage image;
+        image.geo = c.geo;
+        const gcs::GCSDef gcsDef = Georeference(image);
+        EXPECT_EQ(gcsDef.GetWarp() != nullptr, c.warped) << c.name;
+    }
+}
+
+TEST(SidGeoreference, FourCornerWarpOfAScaledRegion) {
+    TestImage image;
+    image.geo = LTIGeoCoord(1000, 2000, 2, -3, 0.5, 0.25);
+    const uint32_t region[4] = {0, 0, 1001, 501};
+    const gcs::GCSDef gcsDef = Georeference(image, 2, region);
+    const gcs::WarpDef *warp = gcsDef.GetWarp();
+    ASSERT_NE(warp, nullptr);
+    EXPECT_EQ(warp->GetMethod(), gcs::WarpMethod::Affine);
+    const shr::Vec2d sources[4] = {{0, 0}, {500, 250}, {0, 250}, {500, 0}};
+    const double pixels[4][2] = {{0, 0}, {1001, 501}, {0, 501}, {1001, 0}};
+    ASSERT_EQ(warp->GetSourcePointCount(), 4u);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(warp->GetSourcePoint(i), sources[i]) << i;
+        const double x = pixels[i][0], y = pixels[i][1];
+        EXPECT_EQ(warp->GetDestinationPoint(i),
+                  shr::Vec2d(1000 + 2 * x + 0.5 * y, 2000 + 0.25 * x - 3 * y))
+            << i;
+    }
+}
+
+} // namespace
