@@ -187,37 +187,37 @@ uint8_t *WriteCarefully(LzwState &s, uint32_t code, uint64_t entry, uint8_t *op,
 // local of this one function so that it stays in registers; the state is written back on exit.
 template <class Bits>
 int32_t DecodeCodes(LzwState &s, uint8_t *const out, uint8_t *const end, uint8_t *op) {
-    uint64_t *const entries = s.table->entries;
-    uint16_t *const links = s.table->links;
+    LzwTable &t = *s.table;
     uint64_t acc = s.bitAcc;
     uint32_t count = s.bitsInAcc;
     const uint8_t *in = s.in;
     const uint8_t *const inEnd = s.inEnd;
+    // Whole 8-byte loads are allowed while `in` is below this.
+    const uint8_t *const inFastEnd = inEnd - in >= 8 ? inEnd - 7 : in;
     uint32_t width = s.width;
-    uint32_t nextFree = s.nextFree;
     uint32_t growth = s.growthEntry;
     uint32_t prev = s.prevCode;
-    uint64_t prevEntry = prev == kNoCode ? kEmptyEntry : entries[prev];
+    // Before the first code there is no previous string: a table that is full as far as the
+    // checks below can see makes any code but a clear corrupt.
+    uint32_t nextFree = prev == kNoCode ? kTableSize : s.nextFree;
+    uint64_t prevEntry = prev == kNoCode ? kEmptyEntry : t.entries[prev];
     uint32_t prevPlace = kNowhere; // where the previous code's string starts in this output
 
     const auto bitsLeft = [&] { return count + uint64_t{8} * static_cast<size_t>(inEnd - in); };
     const auto nextCode = [&](uint32_t &code) [[gnu::always_inline]] {
-        if (inEnd - in >= 8) {
-            Bits::RefillFast(acc, count, in);
-        } else {
-            if (bitsLeft() < width) {
-                TiffWarning(s.module, kNoEoiWarning);
-                return false;
-            }
-            if (count < width)
+        if (count < width) {
+            if (in < inFastEnd) [[likely]] {
+                Bits::RefillFast(acc, count, in);
+            } else {
+                if (bitsLeft() < width) {
+                    TiffWarning(s.module, kNoEoiWarning);
+                    return false;
+                }
                 Bits::RefillTail(acc, count, in, inEnd);
+            }
         }
         code = Bits::Take(acc, count, width);
         return true;
-    };
-    const auto setWidth = [&](uint32_t w) [[gnu::always_inline]] {
-        width = w;
-        growth = MaskOf(w) - 1 + Bits::kGrowthLag;
     };
 
     int32_t status = kLzwOk;
@@ -225,41 +225,46 @@ int32_t DecodeCodes(LzwState &s, uint8_t *const out, uint8_t *const end, uint8_t
     while (op < end) {
         if (!nextCode(code))
             break;
-        if (code - kCodeClear < 2) {
+        if (code - kCodeClear < 2) [[unlikely]] {
             if (code == kCodeEoi)
                 break;
             // Clear: restart the table and take the next code as a single byte.
             nextFree = kCodeFirst;
-            setWidth(kMinWidth);
+            width = kMinWidth;
+            growth = MaskOf(kMinWidth) - 1 + Bits::kGrowthLag;
             if (!nextCode(code) || code == kCodeEoi)
                 break;
             if (code >= kCodeClear) {
                 // Not a byte: written as one all the same, and it becomes an empty prefix.
-                entries[code] = kEmptyEntry;
-                links[code] = kSentinel;
+                t.entries[code] = kEmptyEntry;
+                t.links[code] = kSentinel;
             }
             prevPlace = static_cast<uint32_t>(op - out);
             *op++ = static_cast<uint8_t>(code);
             prev = code;
-            prevEntry = entries[code];
+            prevEntry = t.entries[code];
             continue;
         }
-        if (code > nextFree || nextFree >= kTableSize || prev == kNoCode) {
+        if (code > nextFree || nextFree >= kTableSize) [[unlikely]] {
             status = kLzwCorrupt;
             break;
         }
         // The new entry: the previous string plus the first byte of this code's string, which
         // was written right after the previous string. An entry defined by its own code ends
         // with the previous string's first byte.
-        const uint64_t current = entries[code];
+        const uint64_t current = t.entries[code];
         const bool selfDefined = code == nextFree;
         const uint64_t lastFrom = selfDefined ? prevEntry : current;
         const uint64_t added = ((prevEntry & kLengthAndFirst) + (uint64_t{1} << 32)) |
                                (lastFrom >> 56 << 48) | prevPlace;
-        entries[nextFree] = added;
-        links[nextFree] = static_cast<uint16_t>(prev);
-        if (++nextFree > growth)
-            setWidth(std::min(width + 1, kMaxWidth));
+        t.entries[nextFree] = added;
+        t.links[nextFree] = static_cast<uint16_t>(prev);
+        // The width grows once the next free entry passes the growth entry, (mask - 1) for
+        // TIFF 6.0 codes and mask for old-style ones.
+        if (++nextFree > growth) {
+            width = std::min(width + 1, kMaxWidth);
+            growth = MaskOf(width) - 1 + Bits::kGrowthLag;
+        }
         const uint64_t entry = selfDefined ? added : current;
 
         const auto here = static_cast<uint32_t>(op - out);
@@ -268,10 +273,11 @@ int32_t DecodeCodes(LzwState &s, uint8_t *const out, uint8_t *const end, uint8_t
         // Fast path: the string's prefix sits earlier in this output and whole 16-byte chunks
         // fit; the bytes written past the prefix are overwritten by the last byte and by the
         // strings that follow.
-        if (place != kNowhere && uint64_t{length - 1} + 16 < static_cast<uint64_t>(end - op)) {
+        if (place != kNowhere && uint64_t{length - 1} + 16 < static_cast<uint64_t>(end - op))
+            [[likely]] {
             Copy16(op, out + place);
             for (uint32_t i = 16; i < length; i += 16)
-                Copy16(op + i, out + place + i);
+                [[unlikely]] Copy16(op + i, out + place + i);
             op[length - 1] = LastOf(entry);
             op += length;
         } else if ((op = WriteCarefully(s, code, entry, op, out, end)) == nullptr) {
@@ -289,7 +295,8 @@ int32_t DecodeCodes(LzwState &s, uint8_t *const out, uint8_t *const end, uint8_t
     s.bitsLeft = bitsLeft();
     s.width = width;
     s.mask = MaskOf(width);
-    s.nextFree = nextFree;
+    if (prev != kNoCode)
+        s.nextFree = nextFree;
     s.prevCode = prev;
     s.growthEntry = growth;
     if (status != kLzwOk)
