@@ -3,19 +3,22 @@
 
 #include "SampleOps.h"
 
+#include <cmath>
+
 namespace LizardTech {
 namespace {
 
 template <class T>
 void StretchPlane(const LTISceneBuffer &in, LTISceneBuffer &out, lt_uint16 band, lt_uint32 width,
                   lt_uint32 height, double lo, double hi) {
-    const double gain = hi > lo ? 255.0 / (hi - lo) : 0.0;
+    // Multiply before dividing so that exact midpoints (such as 50 of 0..100) stay exact.
+    const double span = hi > lo ? hi - lo : HUGE_VAL;
     for (lt_uint32 row = 0; row < height; ++row) {
         const T *src = reinterpret_cast<const T *>(in.getRow(band, row));
         lt_uint8 *dst = out.getRow(band, row);
         for (lt_uint32 x = 0; x < width; ++x)
-            dst[x] =
-                detail::ClampTo<lt_uint8>((static_cast<double>(src[x]) - lo) * gain, 0.0, 255.0);
+            dst[x] = detail::ClampTo<lt_uint8>((static_cast<double>(src[x]) - lo) * 255.0 / span,
+                                               0.0, 255.0);
     }
 }
 
