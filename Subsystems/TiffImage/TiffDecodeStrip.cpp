@@ -58,6 +58,8 @@ std::unique_ptr<uint8_t[]> ReadCompressed(CTiffReader &reader, uint32_t offset, 
     return bytes;
 }
 
+// zlib's one-shot inflate: a failure or any length but the expected one is bad data (a
+// stream that holds more than the strip does not fit and fails too).
 bool Inflate(const uint8_t *in, uint32_t inSize, unsigned char *out, uint32_t outSize) {
     uLongf length = outSize;
     return uncompress(out, &length, in, inSize) == Z_OK && length == outSize;
@@ -110,11 +112,16 @@ bool ImageDecodeStrip(CTiffReader &reader, const TiffDirectory &dir, uint32_t ui
             return reader.Error().IsSet() ? false : Fail(reader, __LINE__, kTiffReadFailed);
         return true;
     }
-    const std::unique_ptr<uint8_t[]> compressed =
-        ReadCompressed(reader, uiStripOffset, compressedSize);
-    if (!compressed)
-        return false;
-    if (!Decompress(compression, compressed.get(), compressedSize, out, decodedSize))
+    // A source that holds the file in memory lends the bytes; others read them into a buffer.
+    const uint8_t *compressed = reader.ViewBytes(uiStripOffset, compressedSize);
+    std::unique_ptr<uint8_t[]> buffer;
+    if (compressed == nullptr) {
+        buffer = ReadCompressed(reader, uiStripOffset, compressedSize);
+        if (!buffer)
+            return false;
+        compressed = buffer.get();
+    }
+    if (!Decompress(compression, compressed, compressedSize, out, decodedSize))
         return Fail(reader, __LINE__, kTiffBadFormat);
     if (compression != kCompressionPackBits && !UndoPredictor(predictor, rows))
         return Fail(reader, __LINE__, kTiffBadFormat);

@@ -6,9 +6,10 @@
 namespace tiff {
 namespace {
 
-// Most literals and runs are short: while both buffers have room, move a fixed 16 bytes and
-// let the next literal or run overwrite the excess.
-constexpr size_t kShortMove = 16;
+// While both buffers have room, literals and runs move in whole 16-byte chunks; the excess is
+// overwritten by the next literal or run.
+constexpr size_t kChunk = 32;
+constexpr size_t kLongestRun = 128;
 
 } // namespace
 
@@ -25,20 +26,24 @@ bool PackBitsDecode(std::span<const uint8_t> in, std::span<uint8_t> out) {
             const size_t length = static_cast<size_t>(control) + 1;
             if (length > outRoom || length > inRoom)
                 return false;
-            if (inRoom >= kShortMove && outRoom >= kShortMove && length <= kShortMove)
-                std::memcpy(op, ip, kShortMove);
-            else
+            if (inRoom >= kLongestRun + kChunk && outRoom >= kLongestRun + kChunk) {
+                for (size_t i = 0; i < length; i += kChunk)
+                    std::memcpy(op + i, ip + i, kChunk);
+            } else {
                 std::memcpy(op, ip, length);
+            }
             ip += length;
             op += length;
         } else if (control != -128) {
             const auto length = static_cast<size_t>(1 - int{control});
             if (length > outRoom || inRoom == 0)
                 return false;
-            if (outRoom >= kShortMove && length <= kShortMove)
-                std::memset(op, *ip, kShortMove);
-            else
+            if (outRoom >= kLongestRun + kChunk) {
+                for (size_t i = 0; i < length; i += kChunk)
+                    std::memset(op + i, *ip, kChunk);
+            } else {
                 std::memset(op, *ip, length);
+            }
             ++ip;
             op += length;
         }
