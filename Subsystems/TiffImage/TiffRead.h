@@ -113,6 +113,11 @@ public:
     // Reads exactly `size` bytes at `offset`; records -3 (or -7 with no file) on failure,
     // naming the caller's source file and line.
     bool ReadBytes(uint64_t offset, void *dest, size_t size, const wchar_t *sourceFile, int line);
+    // The `size` bytes at `offset` without a copy when the source holds them in memory, else
+    // nullptr (then ReadBytes them).
+    const unsigned char *ViewBytes(uint64_t offset, size_t size) const {
+        return source_ ? source_->View(offset, size) : nullptr;
+    }
 
     const shr::ErrorRecord &Error() const { return error_; }
     const std::wstring &ErrorFile() const { return error_.file; }

@@ -66,6 +66,10 @@ public:
         return n;
     }
 
+    const unsigned char *View(uint64_t position, size_t size) override {
+        return position <= size_ && size <= size_ - position ? data_ + position : nullptr;
+    }
+
 private:
     std::vector<unsigned char> owned_;
     const unsigned char *data_;

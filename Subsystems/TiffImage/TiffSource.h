@@ -18,6 +18,9 @@ public:
     virtual bool Seek(uint64_t position) = 0;
     // Reads up to `size` bytes at the current position; returns the number read.
     virtual size_t Read(void *dest, size_t size) = 0;
+    // The `size` bytes at `position` without a copy, when the source holds them in memory;
+    // nullptr otherwise (then Read them).
+    virtual const unsigned char *View(uint64_t /*position*/, size_t /*size*/) { return nullptr; }
 };
 
 // A source over a C stream opened "rb" on a wide path; nullptr when the file cannot be opened.
