@@ -1,0 +1,415 @@
+// Tests of the WKT 1 reader: the tree, ESRI and OGC definitions, units, method forms and
+// malformed text.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "gcs/GcsFile.h"
+#include "gcs/KnownLists.h"
+#include "gcs/WktNode.h"
+#include "shr/Strings.h"
+
+using gcs::ProjectionMethod;
+namespace Option = gcs::ProjectionOption;
+
+namespace {
+
+const char kEsriUtm[] =
+    "ESRI PE String = PROJCS[\"NAD_1983_UTM_Zone_10N\",GEOGCS[\"GCS_North_American_1983\","
+    "DATUM[\"D_North_American_1983\",SPHEROID[\"GRS_1980\",6378137.0,298.257222101]],"
+    "PRIMEM[\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]],"
+    "PROJECTION[\"Transverse_Mercator\"],PARAMETER[\"False_Easting\",500000.0],"
+    "PARAMETER[\"False_Northing\",0.0],PARAMETER[\"Central_Meridian\",-123.0],"
+    "PARAMETER[\"Scale_Factor\",0.9996],PARAMETER[\"Latitude_Of_Origin\",0.0],"
+    "UNIT[\"Meter\",1.0]]";
+
+// OGC WKT with AUTHORITY, TOWGS84, AXIS and EXTENSION nodes.
+const char kOgcGaussKrueger[] =
+    "PROJCS[\"DHDN / 3-degree Gauss-Kruger zone 3\",GEOGCS[\"DHDN\",DATUM["
+    "\"Deutsches_Hauptdreiecksnetz\",SPHEROID[\"Bessel 1841\",6377397.155,299.1528128,"
+    "AUTHORITY[\"EPSG\",\"7004\"]],TOWGS84[598.1,73.7,418.2,0.202,0.045,-2.455,6.7],"
+    "AUTHORITY[\"EPSG\",\"6314\"]],PRIMEM[\"Greenwich\",0,AUTHORITY[\"EPSG\",\"8901\"]],"
+    "UNIT[\"degree\",0.0174532925199433,AUTHORITY[\"EPSG\",\"9122\"]],"
+    "AUTHORITY[\"EPSG\",\"4314\"]],PROJECTION[\"Transverse_Mercator\"],"
+    "PARAMETER[\"latitude_of_origin\",0],PARAMETER[\"central_meridian\",9],"
+    "PARAMETER[\"scale_factor\",1],PARAMETER[\"false_easting\",3500000],"
+    "PARAMETER[\"false_northing\",0],UNIT[\"metre\",1,AUTHORITY[\"EPSG\",\"9001\"]],"
+    "AXIS[\"Northing\",NORTH],AXIS[\"Easting\",EAST],"
+    "EXTENSION[\"PROJ4\",\"+proj=tmerc +lat_0=0 +lon_0=9 +k=1 +x_0=3500000\"],"
+    "AUTHORITY[\"EPSG\",\"31467\"]]";
+
+std::string Geogcs(const std::string &unit = "UNIT[\"Degree\",0.0174532925199433]",
+                   const std::string &datum = "DATUM[\"D_WGS_1984\",SPHEROID[\"WGS_1984\","
+                                              "6378137.0,298.257223563]]") {
+    return "GEOGCS[\"GCS\"," + datum + ",PRIMEM[\"Greenwich\",0.0]," + unit + "]";
+}
+
+std::string Projcs(const std::string &projection, const std::string &parameters,
+                   const std::string &unit = "UNIT[\"Meter\",1.0]") {
+    return "PROJCS[\"P\"," + Geogcs() + ",PROJECTION[\"" + projection + "\"]," + parameters +
+           (parameters.empty() ? "" : ",") + unit + "]";
+}
+
+gcs::ProjectionParameters Params(const gcs::GCSDef &def) {
+    return def.GetProjection()->GetParameters();
+}
+
+bool Convert(const std::string &wkt, gcs::GCSDef &def) {
+    std::wstring message;
+    const bool ok = gcsfile::ConvertWktToGCSDef(wkt, def, &message);
+    EXPECT_TRUE(ok) << shr::WtoA(message) << "\n" << wkt;
+    return ok;
+}
+
+} // namespace
+
+TEST(WktNode, ReadsTheTree) {
+    gcsfile::WktNode root;
+    std::wstring message;
+    ASSERT_TRUE(gcsfile::ParseWkt(" unit ( \"a \"\"quoted\"\" name\" , -1.5e2, AUTHORITY[\"EPSG\","
+                                  "9001], EAST ) |citation rest",
+                                  root, message))
+        << shr::WtoA(message);
+    EXPECT_EQ(root.keyword, "UNIT");
+    ASSERT_EQ(root.atoms.size(), 3u);
+    EXPECT_EQ(*root.Text(0), "a \"quoted\" name");
+    double value = 0.0;
+    EXPECT_TRUE(root.Number(1, value));
+    EXPECT_EQ(value, -150.0);
+    EXPECT_EQ(root.atoms[2].kind, gcsfile::WktAtom::Kind::Word);
+    EXPECT_EQ(root.atoms[2].text, "EAST");
+    ASSERT_NE(root.Find("AUTHORITY"), nullptr);
+    EXPECT_EQ(root.Find("AUTHORITY")->atoms[1].number, 9001.0);
+    EXPECT_EQ(root.Text(1), nullptr); // a number is not text
+    EXPECT_FALSE(root.Number(0, value));
+}
+
+TEST(WktConvert, EsriPeStringWithPrefix) {
+    gcs::GCSDef def;
+    ASSERT_TRUE(Convert(kEsriUtm, def));
+    const gcs::ProjectionParameters p = Params(def);
+    EXPECT_EQ(p.method, ProjectionMethod::UTM); // EPSG's UTM values, as the list files them
+    EXPECT_EQ(p.south, 0);
+    EXPECT_EQ(p.lon0, -123.0);
+    EXPECT_EQ(p.scaleFactor, 0.9996);
+    EXPECT_EQ(p.xOrg, 500000.0);
+    EXPECT_EQ(p.linearScale, 1.0);
+    EXPECT_EQ(p.ellipsoid.GetPOSC(), 7019); // GRS 1980, found by its dimensions
+    ASSERT_NE(def.GetDatum(), nullptr);
+    EXPECT_EQ(def.GetDatum()->GetPOSC(), 6269); // "D_North_American_1983" by name
+    EXPECT_EQ(def.GetPOSC(), 0);                // ESRI writes no AUTHORITY
+    EXPECT_EQ(def.GetName(), L"NAD_1983_UTM_Zone_10N");
+    EXPECT_TRUE(def.HasProjection(true, true));
+    EXPECT_TRUE(def.HasDatum(true));
+    // The same system from the EPSG list compares equal.
+    const gcs::CSList &list = gcs::GCSKnownSystemsList;
+    const int index = list.FindByPOSCNumber(26910);
+    ASSERT_GE(index, list.First());
+    std::wstring difference;
+    EXPECT_TRUE(def.Compare(*list.GetSystem(index), true, &difference)) << shr::WtoA(difference);
+}
+
+TEST(WktConvert, OgcWithAuthorityTowgs84AxisAndExtension) {
+    gcs::GCSDef def;
+    ASSERT_TRUE(Convert(kOgcGaussKrueger, def));
+    EXPECT_EQ(def.GetPOSC(), 31467);
+    const gcs::ProjectionParameters p = Params(def);
+    EXPECT_EQ(p.method, ProjectionMethod::TransverseMercator);
+    EXPECT_EQ(p.lon0, 9.0);
+    EXPECT_EQ(p.xOrg, 3500000.0);
+    const gcs::DatumDef *datum = def.GetDatum();
+    ASSERT_NE(datum, nullptr);
+    EXPECT_EQ(datum->GetPOSC(), 6314);
+    EXPECT_EQ(datum->GetMethod(), gcs::DatumMethod::SevenParameter);
+    using D = gcs::DatumParameterID;
+    const double expected[] = {598.1, 73.7, 418.2, 0.202, 0.045, -2.455, 6.7};
+    const D ids[] = {D::ShiftX,    D::ShiftY,    D::ShiftZ, D::RotationX,
+                     D::RotationY, D::RotationZ, D::Scale};
+    for (size_t i = 0; i < 7; ++i)
+        EXPECT_EQ(datum->GetParameter(ids[i]), expected[i]) << i;
+    EXPECT_EQ(datum->GetEllipsoid().GetPOSC(), 7004);
+}
+
+TEST(WktConvert, GeographicAndThreeParameterShift) {
+    gcs::GCSDef def;
+    const std::string wkt = Geogcs("UNIT[\"Degree\",0.0174532925199433],AUTHORITY[\"EPSG\",4267]",
+                                   "DATUM[\"Some_Local_Datum\",SPHEROID[\"Clarke 1866\",6378206.4,"
+                                   "294.978698213898],TOWGS84[-8,160,176]]");
+    ASSERT_TRUE(Convert(wkt, def));
+    EXPECT_EQ(Params(def).method, ProjectionMethod::Geographic);
+    EXPECT_EQ(def.GetPOSC(), 4267);
+    const gcs::DatumDef *datum = def.GetDatum();
+    ASSERT_NE(datum, nullptr);
+    EXPECT_TRUE(datum->IsUserDefined()); // the name is no EPSG datum's
+    EXPECT_EQ(datum->GetName(), L"Some_Local_Datum");
+    EXPECT_EQ(datum->GetMethod(), gcs::DatumMethod::ThreeParameter);
+    EXPECT_EQ(datum->GetParameter(gcs::DatumParameterID::ShiftY), 160.0);
+    EXPECT_EQ(datum->GetEllipsoid().GetPOSC(), 7008); // Clarke 1866 by dimensions
+    EXPECT_FALSE(def.HasProjection(false, true));
+}
+
+// Angles in the GEOGCS unit, lengths in the PROJCS unit; known units snap to the list.
+TEST(WktConvert, UnitsAndPrimeMeridians) {
+    gcs::GCSDef feet;
+    ASSERT_TRUE(Convert(Projcs("Lambert_Conformal_Conic_2SP",
+                               "PARAMETER[\"false_easting\",2000000],PARAMETER["
+                               "\"standard_parallel_1\",45],PARAMETER[\"standard_parallel_2\",47]",
+                               "UNIT[\"US survey foot\",0.304800609601219]"),
+                        feet));
+    EXPECT_NEAR(Params(feet).xOrg, 609601.2192024384, 1e-6);
+    const int ftUS = gcs::GCSKnownLinearUnitsList.FindByPOSCNumber(9003);
+    EXPECT_EQ(Params(feet).linearScale, gcs::GCSKnownLinearUnitsList.EnumDivider(ftUS));
+
+    // NTF (Paris): grads, and the Paris meridian written in degrees as GDAL and ESRI do.
+    gcs::GCSDef paris;
+    ASSERT_TRUE(Convert(
+        "PROJCS[\"NTF_Paris_Lambert_Zone_II\",GEOGCS[\"GCS_NTF_Paris\",DATUM[\"D_NTF\","
+        "SPHEROID[\"Clarke_1880_IGN\",6378249.2,293.4660212936265]],PRIMEM[\"Paris\","
+        "2.33722917],UNIT[\"Grad\",0.0157079632679489]],PROJECTION[\"Lambert_Conformal_Conic\"],"
+        "PARAMETER[\"False_Easting\",600000.0],PARAMETER[\"False_Northing\",2200000.0],"
+        "PARAMETER[\"Central_Meridian\",0.0],PARAMETER[\"Standard_Parallel_1\",52.0],"
+        "PARAMETER[\"Scale_Factor\",0.99987742],PARAMETER[\"Latitude_Of_Origin\",52.0],"
+        "UNIT[\"Meter\",1.0]]",
+        paris));
+    EXPECT_EQ(Params(paris).method, ProjectionMethod::LambertConformalConic1SP);
+    EXPECT_NEAR(Params(paris).lat0, 46.8, 1e-12);
+    EXPECT_EQ(Params(paris).lat1, 0.0);
+    EXPECT_EQ(paris.GetDatum()->GetParameter(gcs::DatumParameterID::PrimeMeridian), 2.33722917);
+
+    // Any other meridian is in the GEOGCS unit: 10 grads are 9 degrees.
+    gcs::GCSDef grads;
+    ASSERT_TRUE(Convert("GEOGCS[\"g\",DATUM[\"d\",SPHEROID[\"s\",6378137,298.257223563]],"
+                        "PRIMEM[\"Somewhere\",10],UNIT[\"grad\",0.0157079632679489]]",
+                        grads));
+    EXPECT_NEAR(grads.GetDatum()->GetParameter(gcs::DatumParameterID::PrimeMeridian), 9.0, 1e-12);
+}
+
+namespace {
+
+struct FormCase {
+    const char *name;
+    std::string wkt;
+    ProjectionMethod method;
+    int32_t option;
+    double lat0, lat1, gridAngle;
+};
+
+std::vector<FormCase> FormCases() {
+    const std::string lcc =
+        "PARAMETER[\"Central_Meridian\",3],PARAMETER[\"Latitude_Of_Origin\",46.5]"
+        ",PARAMETER[\"Standard_Parallel_1\",44]";
+    return {
+        {"ESRI LCC 2SP",
+         Projcs("Lambert_Conformal_Conic", lcc + ",PARAMETER[\"Standard_Parallel_2\",49]"),
+         ProjectionMethod::LambertConformalConic2SP, 0, 46.5, 44, 0},
+        {"ESRI LCC Michigan",
+         Projcs("Lambert_Conformal_Conic", lcc + ",PARAMETER[\"Standard_Parallel_2\",49],"
+                                                 "PARAMETER[\"Scale_Factor\",1.0000382]"),
+         ProjectionMethod::LambertConformalConicMichigan, 0, 46.5, 44, 0},
+        {"ESRI LCC 1SP",
+         Projcs("Lambert_Conformal_Conic", "PARAMETER[\"Standard_Parallel_1\",46.5],"
+                                           "PARAMETER[\"Latitude_Of_Origin\",46.5]"),
+         ProjectionMethod::LambertConformalConic1SP, 0, 46.5, 0, 0},
+        {"OGC polar A",
+         Projcs("Polar_Stereographic", "PARAMETER[\"latitude_of_origin\",90],"
+                                       "PARAMETER[\"scale_factor\",0.994]"),
+         ProjectionMethod::Stereographic, Option::PolarVariantA, 90, 0, 0},
+        {"OGC polar B", Projcs("Polar_Stereographic", "PARAMETER[\"latitude_of_origin\",-71]"),
+         ProjectionMethod::Stereographic, Option::PolarVariantB, -90, -71, 0},
+        {"ESRI polar north",
+         Projcs("Stereographic_North_Pole", "PARAMETER[\"Standard_Parallel_1\",70]"),
+         ProjectionMethod::Stereographic, Option::PolarVariantB, 90, 70, 0},
+        {"ESRI double stereographic",
+         Projcs("Double_Stereographic", "PARAMETER[\"Latitude_Of_Origin\",52.1]"),
+         ProjectionMethod::Stereographic, 0, 52.1, 0, 0},
+        {"ESRI Hotine, grid angle from azimuth",
+         Projcs("Hotine_Oblique_Mercator_Azimuth_Center",
+                "PARAMETER[\"Azimuth\",90],PARAMETER[\"Latitude_Of_Center\",46.95]"),
+         ProjectionMethod::HotineObliqueMercator, 0, 46.95, 0, 90},
+        {"ESRI skew orthomorphic",
+         Projcs("Rectified_Skew_Orthomorphic_Natural_Origin",
+                "PARAMETER[\"Azimuth\",53.3],PARAMETER[\"XY_Plane_Rotation\",53.1]"),
+         ProjectionMethod::HotineObliqueMercator, Option::NaturalOrigin, 0, 0, 53.1},
+        {"OGC Krovak east north", Projcs("Krovak", "PARAMETER[\"azimuth\",30.29]"),
+         ProjectionMethod::Krovak, Option::NorthOrientated, 0, 0, 0},
+        {"OGC Krovak south west",
+         Projcs("Krovak", "PARAMETER[\"azimuth\",30.29]",
+                "UNIT[\"metre\",1],AXIS[\"X\",SOUTH],AXIS[\"Y\",WEST]"),
+         ProjectionMethod::Krovak, 0, 0, 0, 0},
+        {"ESRI Krovak east north",
+         Projcs("Krovak", "PARAMETER[\"X_Scale\",-1],PARAMETER[\"Y_Scale\",1],"
+                          "PARAMETER[\"XY_Plane_Rotation\",90]"),
+         ProjectionMethod::Krovak, Option::NorthOrientated, 0, 0, 0},
+        {"Bonne parallel", Projcs("Bonne", "PARAMETER[\"Standard_Parallel_1\",40]"),
+         ProjectionMethod::Bonne, 0, 40, 0, 0},
+        {"Behrmann", Projcs("Behrmann", "PARAMETER[\"Central_Meridian\",0]"),
+         ProjectionMethod::CylindricalEqualArea, 0, 0, 30, 0},
+        {"ESRI Web Mercator",
+         Projcs("Mercator_Auxiliary_Sphere", "PARAMETER[\"Auxiliary_Sphere_Type\",0]"),
+         ProjectionMethod::PseudoMercator, 0, 0, 0, 0},
+        {"GDAL Web Mercator",
+         Projcs("Mercator_1SP", "PARAMETER[\"scale_factor\",1]",
+                "UNIT[\"metre\",1],EXTENSION[\"PROJ4\",\"+proj=merc +a=6378137 +b=6378137 "
+                "+nadgrids=@null\"]"),
+         ProjectionMethod::PseudoMercator, 0, 0, 0, 0},
+        {"EPSG name with spaces",
+         Projcs("Lambert Conic Conformal (West Orientated)",
+                "PARAMETER[\"Latitude of natural origin\",70.5]"),
+         ProjectionMethod::LambertConformalConicWest, 0, 70.5, 0, 0},
+        {"ESRI Local",
+         Projcs("Local", "PARAMETER[\"Scale_Factor\",1],PARAMETER[\"Azimuth\",0],"
+                         "PARAMETER[\"Latitude_Of_Center\",30]"),
+         ProjectionMethod::Orthographic, 0, 30, 0, 0},
+    };
+}
+
+} // namespace
+
+// Names that need more than a lookup: the same name for several methods, values implied
+// by the method, and orientation given by axes.
+TEST(WktConvert, MethodForms) {
+    for (const FormCase &test : FormCases()) {
+        SCOPED_TRACE(test.name);
+        gcs::GCSDef def;
+        if (!Convert(test.wkt, def))
+            continue;
+        const gcs::ProjectionParameters p = Params(def);
+        EXPECT_EQ(p.method, test.method);
+        EXPECT_EQ(p.option, test.option);
+        EXPECT_EQ(p.lat0, test.lat0);
+        EXPECT_EQ(p.lat1, test.lat1);
+        EXPECT_EQ(p.gridAngle, test.gridAngle);
+    }
+}
+
+TEST(WktConvert, CompoundLocalAndRadians) {
+    gcs::GCSDef compound;
+    ASSERT_TRUE(Convert("COMPD_CS[\"c\"," + std::string(kOgcGaussKrueger) +
+                            ",VERT_CS[\"h\",VERT_DATUM[\"v\",2005],UNIT[\"metre\",1]]]",
+                        compound));
+    EXPECT_EQ(compound.GetPOSC(), 31467);
+
+    gcs::GCSDef local;
+    ASSERT_TRUE(Convert("LOCAL_CS[\"site grid\",LOCAL_DATUM[\"x\",0],UNIT[\"foot\",0.3048],"
+                        "AXIS[\"X\",EAST],AXIS[\"Y\",NORTH]]",
+                        local));
+    EXPECT_EQ(Params(local).method, ProjectionMethod::Planar);
+    EXPECT_EQ(Params(local).linearScale, 1.0 / 0.3048);
+    EXPECT_EQ(local.GetDatum(), nullptr);
+
+    gcs::GCSDef inRadians;
+    const std::string wkt = "PROJCS[\"P\"," + Geogcs("UNIT[\"radian\",1]") +
+                            ",PROJECTION[\"Transverse_Mercator\"],"
+                            "PARAMETER[\"central_meridian\",0.1],UNIT[\"metre\",1]]";
+    ASSERT_TRUE(Convert(wkt, inRadians));
+    EXPECT_DOUBLE_EQ(Params(inRadians).lon0, 0.1 * 180.0 / 3.141592653589793);
+}
+
+TEST(WktConvert, KeepsTheWarpAndChangesNothingOnFailure) {
+    gcs::GCSDef def;
+    gcs::WarpDef warp;
+    warp.SetMethod(gcs::WarpMethod::Coefficients);
+    warp.SetCoefficients(30, 0, 500000, 0, -30, 4000000);
+    def.SetWarp(&warp);
+    ASSERT_TRUE(Convert(kEsriUtm, def));
+    ASSERT_TRUE(def.HasWarp());
+    EXPECT_EQ(*def.GetWarp(), warp);
+
+    const gcs::GCSDef before = def;
+    std::wstring message;
+    EXPECT_FALSE(gcsfile::ConvertWktToGCSDef(std::string("PROJCS[\"broken\""), def, &message));
+    EXPECT_FALSE(message.empty());
+    EXPECT_EQ(def.GetName(), before.GetName());
+    EXPECT_TRUE(def.Compare(before, false, nullptr));
+    EXPECT_TRUE(gcsfile::ConvertWktToGCSDef(shr::AtoW(kOgcGaussKrueger), def, &message));
+    EXPECT_TRUE(message.empty());
+}
+
+namespace {
+
+struct BadCase {
+    const char *name;
+    std::string wkt;
+    const wchar_t *expectedWords;
+};
+
+// A[A[A[...]]], depth levels deep.
+std::string Nested(int depth) {
+    std::string text;
+    for (int i = 0; i < depth; ++i)
+        text += "A[";
+    return text + std::string(static_cast<size_t>(depth), ']');
+}
+
+std::vector<BadCase> BadCases() {
+    const std::string wgs = "SPHEROID[\"WGS_1984\",6378137.0,298.257223563]";
+    return {
+        {"empty", "", L"expected a keyword"},
+        {"prefix only", "ESRI PE String = ", L"expected a keyword"},
+        {"unbalanced", "GEOGCS[\"g\",DATUM[\"d\"", L"at the end of the text"},
+        {"wrong closer", "GEOGCS[\"g\")", L"expected ',' or ']'"},
+        {"unterminated text", "GEOGCS[\"g", L"unterminated quoted text"},
+        {"bad number", Projcs("Mercator", "PARAMETER[\"x\",1.2.3]"), L"invalid number"},
+        {"overflowing number", Projcs("Mercator", "PARAMETER[\"x\",1e999]"), L"invalid number"},
+        {"sign twice", Projcs("Mercator", "PARAMETER[\"x\",+-1]"), L"invalid number"},
+        {"text after", Geogcs() + "]", L"unexpected text after"},
+        {"too deep", Nested(40), L"nesting too deep"},
+        {"too long", "GEOGCS[\"" + std::string(gcsfile::kMaxWktLength, 'x') + "\"]",
+         L"characters long"},
+        {"vertical", "VERT_CS[\"h\",VERT_DATUM[\"v\",2005]]", L"not a horizontal"},
+        {"no datum", "GEOGCS[\"g\",PRIMEM[\"Greenwich\",0]]", L"has no DATUM"},
+        {"no spheroid numbers", Geogcs("UNIT[\"Degree\",0.01745]", "DATUM[\"d\",SPHEROID[\"s\"]]"),
+         L"SPHEROID"},
+        {"inverse flattening below 1",
+         Geogcs("UNIT[\"Degree\",0.01745]", "DATUM[\"d\",SPHEROID[\"s\",6378137,0.5]]"),
+         L"not an ellipsoid"},
+        {"negative radius",
+         Geogcs("UNIT[\"Degree\",0.01745]", "DATUM[\"d\",SPHEROID[\"s\",-1,298]]"),
+         L"not an ellipsoid"},
+        {"five TOWGS84 values",
+         Geogcs("UNIT[\"Degree\",0.01745]", "DATUM[\"d\"," + wgs + ",TOWGS84[1,2,3,4,5]]"),
+         L"3 or 7"},
+        {"zero unit", Geogcs("UNIT[\"Degree\",0]"), L"positive conversion factor"},
+        {"prime meridian out of range",
+         "GEOGCS[\"g\",DATUM[\"d\"," + wgs + "],PRIMEM[\"x\",400],UNIT[\"degree\",0.0174532925]]",
+         L"out of range"},
+        {"no projection", "PROJCS[\"p\"," + Geogcs() + ",UNIT[\"m\",1]]", L"no PROJECTION"},
+        {"no geogcs", "PROJCS[\"p\",PROJECTION[\"Mercator\"]]", L"no GEOGCS"},
+        {"unknown projection", Projcs("Stereographic", ""), L"\"Stereographic\" is not supported"},
+        {"left-out method", Projcs("Transverse_Mercator_Zoned_Grid_System", ""), L"not supported"},
+        {"unknown parameter", Projcs("Mercator", "PARAMETER[\"Zone width\",6]"),
+         L"\"Zone width\" is not understood"},
+        {"parameter without value", Projcs("Mercator", "PARAMETER[\"false_easting\"]"),
+         L"quoted name and a number"},
+        {"latitude beyond the pole", Projcs("Mercator", "PARAMETER[\"standard_parallel_1\",95]"),
+         L"refused"},
+        {"skewed ESRI LCC 1SP",
+         Projcs("Lambert_Conformal_Conic", "PARAMETER[\"Standard_Parallel_1\",45],"
+                                           "PARAMETER[\"Latitude_Of_Origin\",40]"),
+         L"standard parallel away"},
+        {"auxiliary sphere type 2",
+         Projcs("Mercator_Auxiliary_Sphere", "PARAMETER[\"Auxiliary_Sphere_Type\",2]"),
+         L"auxiliary sphere type 0"},
+        {"rotated Krovak",
+         Projcs("Krovak", "PARAMETER[\"X_Scale\",1],PARAMETER[\"XY_Plane_Rotation\",45]"),
+         L"Krovak"},
+        {"scaled axes", Projcs("Mercator", "PARAMETER[\"X_Scale\",2]"), L"X_Scale"},
+    };
+}
+
+} // namespace
+
+TEST(WktConvert, MalformedOrUnsupportedTextIsReported) {
+    for (const BadCase &test : BadCases()) {
+        SCOPED_TRACE(test.name);
+        gcs::GCSDef def;
+        def.SetName(L"untouched");
+        std::wstring message;
+        EXPECT_FALSE(gcsfile::ConvertWktToGCSDef(test.wkt, def, &message));
+        EXPECT_NE(message.find(test.expectedWords), std::wstring::npos) << shr::WtoA(message);
+        EXPECT_EQ(def.GetName(), L"untouched");
+        EXPECT_EQ(def.GetProjection(), nullptr);
+    }
+}
