@@ -1,7 +1,7 @@
 // Decoding speed of the TIFF library's strip decoder against libtiff on large generated images:
 // both decode every strip of the same file in the same run; the best of N runs is compared.
 #include "LibtiffSide.h"
-#include "Subsystems/TiffImage/TiffDecodeStrip.h"
+#include "Subsystems/TiffImage/TiffImageLoad.h"
 #include "Subsystems/TiffImage/TiffRead.h"
 #include "Subsystems/TiffImage/TiffSource.h"
 #include "shr/Strings.h"
@@ -109,8 +109,8 @@ private:
     size_t size_ = 0;
 };
 
-// Our library: open the file (mapped, or through the stdio file source) and decode every strip
-// of the first directory in turn.
+// Our library: open the file (mapped, or through the stdio file source) and load the first
+// image whole.
 bool DecodeOurs(const std::string &path, bool mapped, std::vector<uint8_t> &image,
                 std::string &message) {
     tiff::CTiffReader reader;
@@ -127,27 +127,11 @@ bool DecodeOurs(const std::string &path, bool mapped, std::vector<uint8_t> &imag
         message = "cannot open " + path + ": " + shr::WtoA(reader.Error().Describe());
         return false;
     }
-    const tiff::TiffDirectory &dir = reader.Directories()[0];
-    const tiff::TiffEntry *offsets = dir.Find(273);
-    const tiff::TiffEntry *counts = dir.Find(279);
-    const uint64_t width = dir.GetUInt(256, 0), height = dir.GetUInt(257, 0);
-    const uint64_t rowsPerStrip = dir.GetUInt(278, height);
-    const uint64_t rowBytes = width * dir.GetUInt(277, 1) * dir.GetUInt(258, 1) / 8;
-    if (!offsets || !counts || rowsPerStrip == 0 || rowBytes * height > image.size()) {
-        message = "unexpected layout in " + path;
+    tiff::TiffImageLoader loader(reader);
+    if (!loader.Open(0) || loader.Info().ImageBytes() > image.size() ||
+        !loader.ReadImage(image.data())) {
+        message = "cannot decode " + path + ": " + shr::WtoA(reader.Error().Describe());
         return false;
-    }
-    size_t at = 0;
-    for (uint64_t i = 0, first = 0; first < height; ++i, first += rowsPerStrip) {
-        const auto rows = static_cast<uint32_t>(std::min(rowsPerStrip, height - first));
-        const auto size = static_cast<uint32_t>(rows * rowBytes);
-        if (!tiff::ImageDecodeStrip(reader, dir, static_cast<uint32_t>(offsets->GetUInt(i)), rows,
-                                    static_cast<uint32_t>(counts->GetUInt(i)), size,
-                                    image.data() + at)) {
-            message = "strip " + std::to_string(i) + ": " + shr::WtoA(reader.Error().Describe());
-            return false;
-        }
-        at += size;
     }
     return true;
 }
