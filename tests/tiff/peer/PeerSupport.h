@@ -59,6 +59,21 @@ std::vector<uint16_t> LibtiffShorts(const std::string &path, unsigned dir, uint3
 bool LibtiffRead(const std::string &path, unsigned dir, Raster &out, std::string &error);
 unsigned LibtiffDirectoryCount(const std::string &path);
 
+// One image for libtiff to write.
+struct WriteSpec {
+    uint16_t compression = 1;
+    uint16_t predictor = 1;
+    uint16_t planar = 1;
+    uint16_t sampleFormat = 1;
+    bool tiled = false;
+    uint32_t chunkWidth = 0;  // tile width (tiles only)
+    uint32_t chunkHeight = 0; // tile length, or rows per strip
+};
+// Writes each raster as one directory with libtiff, which is opened with `mode` ("wl", "wb",
+// "w8l", "w8b"); false with libtiff's last message.
+bool LibtiffWrite(const std::string &path, const char *mode, const WriteSpec &spec,
+                  const std::vector<Raster> &images, std::string &error);
+
 // Decodes the whole image with our reader and loader; false with the reader's error record.
 bool OurRead(const std::string &path, unsigned dir, Raster &out, shr::ErrorRecord &error);
 
