@@ -1,9 +1,7 @@
 """Reads the EPSG units, ellipsoids, datums and coordinate systems out of PROJ's proj.db."""
-import math
 import re
 import sqlite3
 
-import epsg_methods as methods
 import epsg_units as units_mod
 
 # Units of rates and seismic bin widths are kept out of the linear-unit list.
@@ -139,7 +137,3 @@ def helmert_values(method, tx, ty, tz, t_uom, rx, ry, rz, r_uom, scale, s_uom, u
                 for v in (rx, ry, rz)]
     return "SevenParameter", translation + rotation + [
         units_mod.scale_difference_to_ppm(scale, s_uom)]
-
-
-def is_finite(values):
-    return all(math.isfinite(v) for v in values)
