@@ -38,12 +38,12 @@ public:
     virtual void SetDatum(const DatumDef *datum);
 
     // The EPSG (POSC) code of a predefined system, 0 when it has none. With the name these
-    // identify a system; KnownSystemsList::FindSystem's callers copy both.
+    // identify a system; CSList::FindSystem's callers copy both.
     virtual int32_t GetPOSC() const { return posc_; }
     virtual void SetPOSC(int32_t code) { posc_ = code; }
 
     // Same coordinate system: projection (ProjectionDef::CompareParameters) and datum
-    // (DatumDef::CompareParameters), each absent on both sides or equal. Code, name and warp
+    // (DatumDef::CompareParameters); an absent piece compares like a fresh one. Code, name and warp
     // are not compared: they identify a system or tie an image to it, they do not define it.
     // approximate is handed to the pieces' comparisons. difference (optional) receives a
     // description of the first difference.
