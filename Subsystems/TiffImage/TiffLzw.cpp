@@ -152,9 +152,9 @@ uint8_t *ResumePending(LzwState &s, uint8_t *op, uint8_t *end) {
 
 // Entries defined by an earlier call keep their strings only through their links.
 void ForgetPlaces(LzwState &s) {
-    for (uint32_t c = kCodeFirst; c < s.nextFree && c < kTableSize; ++c)
+    for (uint32_t c = s.placedFrom; c < s.nextFree && c < kTableSize; ++c)
         s.table->entries[c] = (s.table->entries[c] & ~uint64_t{0xFFFFFFFF}) | kNowhere;
-    s.placesStale = false;
+    s.placedFrom = s.nextFree;
 }
 
 // Near the end of the output or for strings not in it: exact copies, and the first bytes of a
@@ -202,6 +202,7 @@ int32_t DecodeCodes(LzwState &s, uint8_t *const out, uint8_t *const end, uint8_t
     uint32_t nextFree = prev == kNoCode ? kTableSize : s.nextFree;
     uint64_t prevEntry = prev == kNoCode ? kEmptyEntry : t.entries[prev];
     uint32_t prevPlace = kNowhere; // where the previous code's string starts in this output
+    uint32_t placedFrom = s.placedFrom;
 
     const auto bitsLeft = [&] { return count + uint64_t{8} * static_cast<size_t>(inEnd - in); };
     const auto nextCode = [&](uint32_t &code) [[gnu::always_inline]] {
@@ -230,6 +231,7 @@ int32_t DecodeCodes(LzwState &s, uint8_t *const out, uint8_t *const end, uint8_t
                 break;
             // Clear: restart the table and take the next code as a single byte.
             nextFree = kCodeFirst;
+            placedFrom = kCodeFirst;
             width = kMinWidth;
             growth = MaskOf(kMinWidth) - 1 + Bits::kGrowthLag;
             if (!nextCode(code) || code == kCodeEoi)
@@ -297,6 +299,7 @@ int32_t DecodeCodes(LzwState &s, uint8_t *const out, uint8_t *const end, uint8_t
     s.mask = MaskOf(width);
     if (prev != kNoCode)
         s.nextFree = nextFree;
+    s.placedFrom = placedFrom;
     s.prevCode = prev;
     s.growthEntry = growth;
     if (status != kLzwOk)
@@ -352,7 +355,7 @@ int32_t LZWPreDecode(LzwState &s, std::span<const uint8_t> input) {
     s.growthEntry = s.mask - 1 + (oldStyle ? 1 : 0);
     s.pendingCode = kNoCode;
     s.pendingDone = 0;
-    s.placesStale = false;
+    s.placedFrom = kCodeFirst;
     // Entries from kCodeFirst up are not wiped: a code above the next free entry is rejected
     // before its entry is read, so stale entries are never seen.
     return s.error = kLzwOk;
@@ -363,8 +366,7 @@ int32_t LZWDecode(LzwState &s, std::span<uint8_t> output) {
         return s.error;
     if (!s.table || s.routine == LzwRoutine::None || output.size() >= kNowhere)
         return s.error = kLzwCorrupt;
-    if (s.placesStale)
-        ForgetPlaces(s);
+    ForgetPlaces(s);
     uint8_t *const out = output.data();
     uint8_t *const end = out + output.size();
     uint8_t *op = out;
@@ -375,7 +377,6 @@ int32_t LZWDecode(LzwState &s, std::span<uint8_t> output) {
         status = s.routine == LzwRoutine::OldStyle ? DecodeCodes<LsbFirst>(s, out, end, op)
                                                    : DecodeCodes<MsbFirst>(s, out, end, op);
     }
-    s.placesStale = true;
     // A full output with no EOI after it: the strip ended without one (EOI would have ended the
     // loop before the output was full, so none was read).
     if (status == kLzwOk && s.pendingCode == kNoCode && s.bitsLeft < s.width)

@@ -48,8 +48,9 @@ struct LzwState {
     uint32_t pendingDone = 0;
 
     // Entries remember where their strings were written in the output of the call that
-    // defined them; once a call returns, those places are gone.
-    bool placesStale = false;
+    // defined them; once a call returns, those places are gone. Entries from this one up to
+    // nextFree were defined by the last call.
+    uint32_t placedFrom = 258;
 };
 
 // Hooks in libtiff's order: set-up allocates the table, pre-decode starts a strip or tile over

@@ -2,9 +2,8 @@
 // order or the old-style one, with the code widths the decoder expects.
 #pragma once
 #include <cstdint>
-#include <map>
 #include <span>
-#include <utility>
+#include <unordered_map>
 #include <vector>
 
 namespace tiff::test {
@@ -90,19 +89,20 @@ struct LzwEncodeOptions {
 inline std::vector<uint8_t> LzwEncode(std::span<const uint8_t> data, LzwEncodeOptions opt = {}) {
     LzwCodeWriter writer(opt.oldStyle);
     writer.Put(kClear);
-    std::map<std::pair<uint32_t, uint8_t>, uint32_t> dict;
+    std::unordered_map<uint32_t, uint32_t> dict; // (prefix << 8 | byte) -> code
+    dict.reserve(8192);
     uint32_t next = 258;
     if (!data.empty()) {
         uint32_t w = data[0];
         for (size_t i = 1; i < data.size(); ++i) {
-            const auto found = dict.find({w, data[i]});
+            const auto found = dict.find(w << 8 | data[i]);
             if (found != dict.end()) {
                 w = found->second;
                 continue;
             }
             writer.Put(w);
             if (next <= 4095)
-                dict[{w, data[i]}] = next++;
+                dict[w << 8 | data[i]] = next++;
             w = data[i];
             if (opt.clearAt != 0 && next > opt.clearAt) {
                 writer.Put(kClear);
