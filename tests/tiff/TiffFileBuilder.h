@@ -77,7 +77,16 @@ public:
         return e;
     }
 
-    // Layout: header, then each directory followed by its out-of-line values.
+    // Bytes placed right after the header (image data); returns their file offset.
+    uint64_t AddBlob(const std::vector<unsigned char> &bytes) {
+        const uint64_t offset = HeaderSize() + blobs_.size();
+        blobs_.insert(blobs_.end(), bytes.begin(), bytes.end());
+        if (blobs_.size() % 2)
+            blobs_.push_back(0);
+        return offset;
+    }
+
+    // Layout: header, blobs, then each directory followed by its out-of-line values.
     std::vector<unsigned char> Build() const {
         std::vector<unsigned char> out;
         out.push_back(bigEndian_ ? 'M' : 'I');
@@ -89,6 +98,7 @@ public:
         }
         const size_t firstPos = out.size();
         Put(out, 0, OffsetSize());
+        out.insert(out.end(), blobs_.begin(), blobs_.end());
         std::vector<size_t> nextPos;
         std::vector<size_t> dirStart;
         for (const auto &d : dirs_) {
@@ -141,6 +151,7 @@ private:
         return e;
     }
     size_t OffsetSize() const { return bigTiff_ ? 8 : 4; }
+    size_t HeaderSize() const { return bigTiff_ ? 16 : 8; }
 
     // Writes one directory and its values; returns the position of its next-offset field.
     size_t WriteDirectory(std::vector<unsigned char> &out, const BuiltDirectory &d) const {
@@ -189,6 +200,7 @@ private:
     bool overrideFirst_ = false;
     uint64_t firstIfd_ = 0;
     std::vector<BuiltDirectory> dirs_;
+    std::vector<unsigned char> blobs_;
 };
 
 } // namespace tifftest
