@@ -1,6 +1,8 @@
 // GeoKey records and the image-to-model transform (GeoTIFF 1.0, sections 2.6 and 2.7).
 #include "GeoTiffGeo.h"
 
+#include "GeoTiffValues.h"
+
 #include "Subsystems/TiffImage/TiffRead.h"
 #ifdef IOSID_HAVE_GEOREF
 #include "georef/GeoKeyNames.h"
@@ -55,7 +57,8 @@ void AddKey(const tiff::TiffDirectory &dir, const tiff::TiffEntry &keys, uint64_
         return;
     }
     const tiff::TiffEntry *params = dir.Find(static_cast<uint16_t>(location));
-    if (params == nullptr || count == 0 || value > params->count || count > params->count - value)
+    if (params == nullptr || count == 0 || value > ReadableValueCount(params) ||
+        count > ReadableValueCount(params) - value)
         return;
     if (location == kGeoDoubleParams) {
         std::vector<double> doubles;
@@ -77,9 +80,9 @@ void AddKey(const tiff::TiffDirectory &dir, const tiff::TiffEntry &keys, uint64_
 
 bool IsPixelIsPoint(const tiff::TiffDirectory &dir) {
     const tiff::TiffEntry *keys = dir.Find(kGeoKeyDirectory);
-    if (keys == nullptr || keys->count < 4)
+    if (ReadableValueCount(keys) < 4)
         return false;
-    const uint64_t n = std::min<uint64_t>(keys->GetUInt(3), keys->count / 4 - 1);
+    const uint64_t n = std::min<uint64_t>(keys->GetUInt(3), ReadableValueCount(keys) / 4 - 1);
     for (uint64_t k = 1; k <= n; ++k)
         if (keys->GetUInt(k * 4) == kRasterTypeKey && keys->GetUInt(k * 4 + 1) == 0)
             return keys->GetUInt(k * 4 + 3) == kRasterPixelIsPoint;
@@ -97,10 +100,10 @@ bool AllFinite(std::initializer_list<double> values) {
 
 void AddGeoKeyRecords(const tiff::TiffDirectory &dir, LTIMetadataDatabase &metadata) {
     const tiff::TiffEntry *keys = dir.Find(kGeoKeyDirectory);
-    if (keys == nullptr || keys->count < 4)
+    if (ReadableValueCount(keys) < 4)
         return;
     const uint64_t declared = keys->GetUInt(3);
-    const uint64_t available = keys->count / 4 - 1;
+    const uint64_t available = ReadableValueCount(keys) / 4 - 1;
     for (uint64_t k = 1; k <= std::min(declared, available); ++k)
         AddKey(dir, *keys, k * 4, metadata);
 }
@@ -111,7 +114,7 @@ bool GeoCoordFromTags(const tiff::TiffDirectory &dir, LTIGeoCoord &geo) {
     const tiff::TiffEntry *matrix = dir.Find(kModelTransformation);
     if (matrix == nullptr)
         matrix = dir.Find(kIntergraphMatrix);
-    if (matrix != nullptr && matrix->count >= 16) {
+    if (ReadableValueCount(matrix) >= 16) {
         const double a = matrix->GetDouble(0), b = matrix->GetDouble(1), d = matrix->GetDouble(3);
         const double e = matrix->GetDouble(4), f = matrix->GetDouble(5), h = matrix->GetDouble(7);
         if (!AllFinite({a, b, d, e, f, h}))
@@ -121,7 +124,7 @@ bool GeoCoordFromTags(const tiff::TiffDirectory &dir, LTIGeoCoord &geo) {
     }
     const tiff::TiffEntry *scale = dir.Find(kModelPixelScale);
     const tiff::TiffEntry *tie = dir.Find(kModelTiepoint);
-    if (scale == nullptr || tie == nullptr || scale->count < 2 || tie->count < 6)
+    if (ReadableValueCount(scale) < 2 || ReadableValueCount(tie) < 6)
         return false;
     const double sx = scale->GetDouble(0), sy = scale->GetDouble(1);
     const double i = tie->GetDouble(0), j = tie->GetDouble(1);

@@ -1,6 +1,8 @@
 // Directory tags to image layout, with the checks that keep decoding bounded.
 #include "GeoTiffLayout.h"
 
+#include "GeoTiffValues.h"
+
 #include "Subsystems/TiffImage/TiffRead.h"
 
 #include <algorithm>
@@ -52,14 +54,15 @@ std::vector<uint64_t> ReadArray(const tiff::TiffEntry *entry) {
     std::vector<uint64_t> values;
     if (entry == nullptr)
         return values;
-    values.reserve(static_cast<size_t>(entry->count));
-    for (uint64_t i = 0; i < entry->count; ++i)
+    const uint64_t count = ReadableValueCount(entry);
+    values.reserve(static_cast<size_t>(count));
+    for (uint64_t i = 0; i < count; ++i)
         values.push_back(entry->GetUInt(i));
     return values;
 }
 
 bool SameValues(const tiff::TiffEntry *entry) {
-    for (uint64_t i = 1; entry && i < entry->count; ++i)
+    for (uint64_t i = 1; i < ReadableValueCount(entry); ++i)
         if (entry->GetUInt(i) != entry->GetUInt(0))
             return false;
     return true;
@@ -102,11 +105,14 @@ LT_STATUS ParseBlocks(const tiff::TiffDirectory &dir, GeoTiffLayout &l) {
         return Unsupported("strips or tiles larger than 256 MiB");
     const uint64_t blocks = uint64_t{l.blocksAcross} * l.blocksDown * l.planes();
     l.offsets = ReadArray(dir.Find(l.tiled ? kTileOffsets : kStripOffsets));
+    if (l.offsets.size() < blocks) // the offsets come from the file: this bounds `blocks`
+        return Corrupt("fewer strip or tile offsets than the image needs");
     l.byteCounts = ReadArray(dir.Find(l.tiled ? kTileByteCounts : kStripByteCounts));
     if (l.byteCounts.empty() && l.compression == 1) // uncompressed: the size is implied
-        for (uint32_t i = 0; i < blocks; ++i)
-            l.byteCounts.push_back(l.blockRowBytes() * l.rowsInBlock(i % l.blocksDown));
-    if (l.offsets.size() < blocks || l.byteCounts.size() < blocks)
+        for (uint64_t i = 0; i < blocks; ++i)
+            l.byteCounts.push_back(l.blockRowBytes() *
+                                   l.rowsInBlock(static_cast<uint32_t>(i % l.blocksDown)));
+    if (l.byteCounts.size() < blocks)
         return Corrupt("fewer strip or tile offsets than the image needs");
     return LT_STS_Success;
 }
