@@ -97,11 +97,22 @@ bool GeoKeyBundle::GetEntry(uint32_t index, uint16_t words[4]) const {
 uint32_t GeoKeyBundle::InsertEntry(uint16_t keyId) {
     if (directory_.empty())
         directory_.push_back(Entry{1, 1, 2, 0});
+    if (batch_) {
+        directory_.push_back(Entry{keyId, 0, 1, 0});
+        return static_cast<uint32_t>(directory_.size() - 1);
+    }
     // After the header and after any entries with the same id.
     auto position = std::upper_bound(directory_.begin() + 1, directory_.end(), keyId,
                                      [](uint16_t id, const Entry &e) { return id < e.id; });
     position = directory_.insert(position, Entry{keyId, 0, 1, 0});
     return static_cast<uint32_t>(position - directory_.begin());
+}
+
+void GeoKeyBundle::EndBatch() {
+    batch_ = false;
+    if (directory_.size() > 2)
+        std::stable_sort(directory_.begin() + 1, directory_.end(),
+                         [](const Entry &a, const Entry &b) { return a.id < b.id; });
 }
 
 uint32_t GeoKeyBundle::AddShort(uint16_t keyId, uint16_t value) {

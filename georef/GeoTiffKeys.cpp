@@ -78,6 +78,22 @@ bool AddKey(const KeyStores &stores, const uint16_t words[4], GeoKeyBundle &bund
     }
 }
 
+// The header (words 0-3) is neither checked nor used. Words of a partial last entry past the
+// tag's end read as 0. False at the first key that fails; the keys before it stay.
+bool AddAllKeys(const KeyStores &stores, GeoKeyBundle &bundle, shr::ErrorRecord *error) {
+    const uint64_t n = stores.directory.Count();
+    for (uint64_t first = 4, keys = 0; first < n; first += 4, ++keys) {
+        if (keys == kMaxKeyEntries)
+            return RecordGeoTiffError(error, kSourceFile, __LINE__, kGeoTiffTooManyKeys);
+        const uint16_t words[4] = {stores.directory.Word(first), stores.directory.Word(first + 1),
+                                   stores.directory.Word(first + 2),
+                                   stores.directory.Word(first + 3)};
+        if (!AddKey(stores, words, bundle, error))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 bool GeoTiffExtractKeys(tiff::TiffImageRead &file, int image, GeoKeyBundle &bundle,
@@ -91,19 +107,10 @@ bool GeoTiffExtractKeys(tiff::TiffImageRead &file, int image, GeoKeyBundle &bund
         UsableStore(file.FindTag(index, kGeoDoubleParamsTag), tiff::kTypeDouble, tiff::kTypeDouble),
         UsableStore(file.FindTag(index, kGeoAsciiParamsTag), tiff::kTypeByte, tiff::kTypeAscii)};
     bundle.Clear();
-    // The header (words 0-3) is neither checked nor used. Words of a partial last entry past
-    // the tag's end read as 0.
-    const uint64_t n = stores.directory.Count();
-    for (uint64_t first = 4, keys = 0; first < n; first += 4, ++keys) {
-        if (keys == kMaxKeyEntries)
-            return RecordGeoTiffError(error, kSourceFile, __LINE__, kGeoTiffTooManyKeys);
-        const uint16_t words[4] = {stores.directory.Word(first), stores.directory.Word(first + 1),
-                                   stores.directory.Word(first + 2),
-                                   stores.directory.Word(first + 3)};
-        if (!AddKey(stores, words, bundle, error))
-            return false;
-    }
-    return true;
+    bundle.BeginBatch();
+    const bool ok = AddAllKeys(stores, bundle, error);
+    bundle.EndBatch();
+    return ok;
 }
 
 bool GeoTiffExtractKeys(const std::wstring &path, int image, GeoKeyBundle &bundle,

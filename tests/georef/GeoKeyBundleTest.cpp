@@ -67,6 +67,32 @@ TEST(GeoKeyBundle, EqualIdsKeepTheirOrder) {
     EXPECT_EQ(bundle.FindKey(2048), GeoKeyBundle::kNotFound);
 }
 
+TEST(GeoKeyBundle, BatchSortsAsAddingOneByOne) {
+    GeoKeyBundle one, batch;
+    batch.BeginBatch();
+    for (GeoKeyBundle *b : {&one, &batch}) {
+        b->AddShort(3076, 9001);
+        b->AddText(3073, "B|");
+        b->AddShort(0, 5);
+        b->AddDouble(2057, 6378137.0);
+        b->AddShort(1024, 1);
+        b->AddShort(3076, 9002);
+        b->AddText(1026, "A|");
+        b->AddDouble(2057, 1.0);
+    }
+    batch.EndBatch();
+    ASSERT_EQ(batch.GetEntryCount(), one.GetEntryCount());
+    for (uint32_t i = 0; i < one.GetEntryCount(); ++i) {
+        uint16_t a[4], b[4];
+        one.GetEntry(i, a);
+        batch.GetEntry(i, b);
+        EXPECT_EQ(std::vector<uint16_t>(a, a + 4), std::vector<uint16_t>(b, b + 4)) << i;
+    }
+    EXPECT_EQ(batch.TextStore(), one.TextStore());
+    EXPECT_EQ(batch.Doubles(), one.Doubles());
+    EXPECT_EQ(batch.GetShort(batch.FindKey(3076) + 1), 9002);
+}
+
 TEST(GeoKeyBundle, TextSeparatorNeedsMoreThanOneCharacter) {
     GeoKeyBundle two;
     uint32_t a = two.AddText(1026, "A|");
