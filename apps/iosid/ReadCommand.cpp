@@ -14,6 +14,7 @@
 #include <png.h>
 #endif
 
+#include <cctype>
 #include <chrono>
 #include <cstdio>
 #include <memory>

@@ -16,7 +16,6 @@ using namespace LizardTech;
 
 namespace {
 
-constexpr uint32_t kMaxStripRows = 512;
 constexpr uint32_t kStripBytes = 16777216; // a strip is sized to just exceed 16 MiB
 constexpr uint32_t kMaxReportedScale = 16384;
 constexpr uint32_t kOverflowScale = 16834;

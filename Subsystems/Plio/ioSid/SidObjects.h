@@ -7,6 +7,9 @@
 #include "lti/LTIDynamicRangeFilter.h"
 #include "lti/MrSIDImageReader.h"
 
+// A strip holds at most this many output rows.
+constexpr uint32_t kMaxStripRows = 512;
+
 struct SidInterface::SdkObjects {
     LizardTech::MrSIDImageReader *reader = nullptr;
     LizardTech::LTIColorTransformer *colorTransformer = nullptr;

@@ -13,7 +13,6 @@ using namespace LizardTech;
 
 namespace {
 
-constexpr uint32_t kMaxStripRows = 512;
 constexpr int kWhiteThreshold = 384; // of the sum of blue, green and red
 
 } // namespace
