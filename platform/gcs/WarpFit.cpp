@@ -105,8 +105,33 @@ bool FitSimilarityForm(double r, const NormalizedPoints &src, const NormalizedPo
     return true;
 }
 
+shr::Vec2d EvaluateNormalized(const WarpModel &model, const shr::Vec2d &s) {
+    if (model.method == WarpMethod::Projective) {
+        const auto &h = model.homography;
+        const double w = h[6] * s.x + h[7] * s.y + h[8];
+        return {(h[0] * s.x + h[1] * s.y + h[2]) / w, (h[3] * s.x + h[4] * s.y + h[5]) / w};
+    }
+    PolynomialTerms terms{};
+    EvaluateTerms(s.x, s.y, model.termCount, terms);
+    shr::Vec2d out;
+    for (size_t k = 0; k < static_cast<size_t>(model.termCount); ++k) {
+        out.x += model.x[k] * terms[k];
+        out.y += model.y[k] * terms[k];
+    }
+    return out;
+}
+
 double SumSquaredResiduals(const WarpModel &model, const NormalizedPoints &src,
-                           const NormalizedPoints &dst);
+                           const NormalizedPoints &dst) {
+    double sum = 0.0;
+    for (size_t i = 0; i < src.points.size(); ++i) {
+        const shr::Vec2d out = EvaluateNormalized(model, src.points[i]);
+        const double dx = out.x - dst.points[i].x;
+        const double dy = out.y - dst.points[i].y;
+        sum += dx * dx + dy * dy;
+    }
+    return sum;
+}
 
 // Raster rows usually run against the map's y axis, so with two points, where both forms
 // fit exactly, the mirrored one is taken; with more the better fit wins.
@@ -174,34 +199,6 @@ bool SourcesOnOneSideOfHorizon(const WarpModel &model, const NormalizedPoints &s
         sign = side;
     }
     return true;
-}
-
-shr::Vec2d EvaluateNormalized(const WarpModel &model, const shr::Vec2d &s) {
-    if (model.method == WarpMethod::Projective) {
-        const auto &h = model.homography;
-        const double w = h[6] * s.x + h[7] * s.y + h[8];
-        return {(h[0] * s.x + h[1] * s.y + h[2]) / w, (h[3] * s.x + h[4] * s.y + h[5]) / w};
-    }
-    PolynomialTerms terms{};
-    EvaluateTerms(s.x, s.y, model.termCount, terms);
-    shr::Vec2d out;
-    for (size_t k = 0; k < static_cast<size_t>(model.termCount); ++k) {
-        out.x += model.x[k] * terms[k];
-        out.y += model.y[k] * terms[k];
-    }
-    return out;
-}
-
-double SumSquaredResiduals(const WarpModel &model, const NormalizedPoints &src,
-                           const NormalizedPoints &dst) {
-    double sum = 0.0;
-    for (size_t i = 0; i < src.points.size(); ++i) {
-        const shr::Vec2d out = EvaluateNormalized(model, src.points[i]);
-        const double dx = out.x - dst.points[i].x;
-        const double dy = out.y - dst.points[i].y;
-        sum += dx * dx + dy * dy;
-    }
-    return sum;
 }
 
 // The linear part of a polynomial warp at the centroid must be invertible for the inverse

@@ -6,7 +6,6 @@
 #include <cmath>
 
 #include "shr/Format.h"
-#include "shr/Strings.h"
 
 namespace gcsfile {
 
@@ -196,13 +195,14 @@ bool WktReader::ReadNumber(WktAtom &atom) {
            (IsWordChar(text_[end]) || text_[end] == '.' || text_[end] == '-' || text_[end] == '+'))
         ++end;
     const std::string_view token = text_.substr(pos_, end - pos_);
-    // from_chars takes no leading '+'; it is locale independent, unlike strtod.
-    const std::string_view digits = !token.empty() && token[0] == '+' ? token.substr(1) : token;
+    // from_chars is locale independent, unlike strtod, but takes no leading '+'.
+    std::string_view digits = token;
+    if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-' && digits[1] != '+')
+        digits.remove_prefix(1);
     double value = 0.0;
     const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
     if (result.ec != std::errc() || result.ptr != digits.data() + digits.size() ||
-        !std::isfinite(value) ||
-        (!digits.empty() && (digits[0] == '+' || digits[0] == '-') && token[0] == '+'))
+        !std::isfinite(value))
         return Fail(L"invalid number");
     atom.kind = WktAtom::Kind::Number;
     atom.text = std::string(token);

@@ -315,26 +315,32 @@ bool ProjExtensionUsesSphere(const WktNode &projcs) {
     return !a.empty() && a == b;
 }
 
+// The polar forms put the pole in Lat0; OGC's one name covers variants A and B.
+void ApplyPolarStereographic(Form form, const GivenSet &given, gcs::ProjectionParameters &params) {
+    if (form == Form::PolarStereographic) {
+        if (Given(given, ProjectionParameterID::ScaleFactor)) {
+            params.option |= Option::PolarVariantA;
+            return;
+        }
+        params.option |= Option::PolarVariantB;
+        params.lat1 = params.lat0; // OGC's latitude_of_origin is the latitude of true scale
+    }
+    if (form == Form::PolarNorth || form == Form::PolarSouth)
+        params.lat0 = form == Form::PolarNorth ? 90.0 : -90.0;
+    else
+        params.lat0 = params.lat1 >= 0.0 ? 90.0 : -90.0;
+}
+
 bool ApplyForm(const WktNode &projcs, const MethodEntry &method, const GivenSet &given,
                const EsriExtras &extras, gcs::ProjectionParameters &params, std::wstring &message) {
     switch (method.form) {
     case Form::EsriLambert:
         return ApplyEsriLambert(given, params, message);
     case Form::PolarStereographic:
-        if (Given(given, ProjectionParameterID::ScaleFactor)) {
-            params.option |= Option::PolarVariantA;
-        } else {
-            params.option |= Option::PolarVariantB;
-            params.lat1 = params.lat0;
-            params.lat0 = params.lat1 >= 0.0 ? 90.0 : -90.0;
-        }
-        return true;
     case Form::PolarNorth:
     case Form::PolarSouth:
-        params.lat0 = method.form == Form::PolarNorth ? 90.0 : -90.0;
-        return true;
     case Form::PolarVariantC:
-        params.lat0 = params.lat1 >= 0.0 ? 90.0 : -90.0;
+        ApplyPolarStereographic(method.form, given, params);
         return true;
     case Form::Krovak:
         return ApplyKrovak(projcs, extras, params, message);
@@ -343,22 +349,20 @@ bool ApplyForm(const WktNode &projcs, const MethodEntry &method, const GivenSet 
             params.lat1 = 30.0;
         return true;
     case Form::AuxiliarySphere:
-        if (extras.auxiliarySphereType.value_or(0.0) != 0.0 || params.lat1 != 0.0) {
-            message = L"Only auxiliary sphere type 0 (Web Mercator) is supported.";
-            return false;
-        }
-        return true;
+        if (extras.auxiliarySphereType.value_or(0.0) == 0.0 && params.lat1 == 0.0)
+            return true;
+        message = L"Only auxiliary sphere type 0 (Web Mercator) is supported.";
+        return false;
     case Form::Mercator1SP:
         if (ProjExtensionUsesSphere(projcs))
             params.method = ProjectionMethod::PseudoMercator;
         return true;
     case Form::EsriLocal:
-        if (params.azimuth != 0.0 || params.scaleFactor != 1.0) {
-            message = L"ESRI's Local projection is read only as an orthographic one, with "
-                      L"azimuth 0 and scale factor 1.";
-            return false;
-        }
-        return true;
+        if (params.azimuth == 0.0 && params.scaleFactor == 1.0)
+            return true;
+        message = L"ESRI's Local projection is read only as an orthographic one, with "
+                  L"azimuth 0 and scale factor 1.";
+        return false;
     case Form::Plain:
     case Form::Bonne:
         break;
