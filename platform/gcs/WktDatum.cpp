@@ -50,26 +50,21 @@ std::string NormalizeDatumName(const std::string &name) {
     return normalized;
 }
 
-// The current EPSG datums by normalized name, built on first use. Names shared by several
-// datums are left out: a name that does not say which datum it is identifies none.
-const std::map<std::string, int> &DatumIndexByName() {
-    static const std::map<std::string, int> index = [] {
-        std::map<std::string, int> byName;
-        std::set<std::string> shared;
-        const gcs::DatumList &list = gcs::GCSKnownDatumsList;
-        for (int i = list.First(); i <= list.Last(); ++i) {
-            const gcs::DatumDef *datum = list.GetDatum(i);
-            if (!datum || list.IsDeprecated(i))
-                continue;
-            const std::string name = NormalizeDatumName(shr::WtoA(datum->GetName()));
-            if (!byName.emplace(name, i).second)
-                shared.insert(name);
-        }
-        for (const std::string &name : shared)
-            byName.erase(name);
-        return byName;
-    }();
-    return index;
+// The current EPSG datum with this normalized name; none when several share it, since
+// such a name does not say which datum it is.
+const gcs::DatumDef *FindDatumByName(const std::string &wanted) {
+    const gcs::DatumList &list = gcs::GCSKnownDatumsList;
+    const gcs::DatumDef *found = nullptr;
+    for (int i = list.First(); i <= list.Last() && !wanted.empty(); ++i) {
+        const gcs::DatumDef *datum = list.GetDatum(i);
+        if (!datum || list.IsDeprecated(i) ||
+            NormalizeDatumName(shr::WtoA(datum->GetName())) != wanted)
+            continue;
+        if (found)
+            return nullptr;
+        found = datum;
+    }
+    return found;
 }
 
 // Prime meridians that WKT 1 writers put in degrees whatever the GEOGCS unit says, as
@@ -175,9 +170,7 @@ const gcs::DatumDef *FindKnownDatum(int32_t code, const std::string &name) {
         if (wanted == alias.name)
             return list.GetDatum(list.FindByPOSCNumber(alias.code));
     }
-    const auto &byName = DatumIndexByName();
-    const auto found = byName.find(wanted);
-    return found != byName.end() ? list.GetDatum(found->second) : nullptr;
+    return FindDatumByName(wanted);
 }
 
 bool ApplyToWgs84(const WktNode &datumNode, gcs::DatumDef &datum, std::wstring &message) {
