@@ -37,7 +37,6 @@ constexpr uint64_t Pack(uint32_t place, uint32_t length, uint32_t last, uint32_t
 constexpr uint32_t PlaceOf(uint64_t e) { return static_cast<uint32_t>(e); }
 constexpr uint32_t LengthOf(uint64_t e) { return static_cast<uint32_t>(e >> 32) & 0xFFFF; }
 constexpr uint8_t LastOf(uint64_t e) { return static_cast<uint8_t>(e >> 48); }
-constexpr uint8_t FirstOf(uint64_t e) { return static_cast<uint8_t>(e >> 56); }
 constexpr uint64_t kEmptyEntry = Pack(kNowhere, 0, 0, 0);
 constexpr uint64_t kLengthAndFirst = Pack(0, 0xFFFF, 0, 0xFF);
 
@@ -205,7 +204,7 @@ int32_t DecodeCodes(LzwState &s, uint8_t *const out, uint8_t *const end, uint8_t
     uint32_t placedFrom = s.placedFrom;
 
     const auto bitsLeft = [&] { return count + uint64_t{8} * static_cast<size_t>(inEnd - in); };
-    const auto nextCode = [&](uint32_t &code) [[gnu::always_inline]] {
+    const auto nextCode = [&](uint32_t &code) {
         if (count < width) {
             if (in < inFastEnd) [[likely]] {
                 Bits::RefillFast(acc, count, in);
