@@ -17,7 +17,7 @@
 namespace LizardTech {
 namespace {
 
-constexpr size_t kBlockCacheBytes = 64u << 20;
+constexpr size_t kLevelCacheBytes = 16u << 20; // decoded strips and tiles kept per level
 constexpr size_t kAverageWindowBytes = 32u << 20;
 constexpr uint32_t kPreviewSide = 512; // reductions go on until the longer side fits this
 constexpr uint32_t kMaxReduction = 1u << 30;
@@ -30,7 +30,7 @@ enum Photometric : uint16_t {
     kSeparated = 5
 };
 
-LTIDataType DataTypeOf(const GeoTiffLayout &l) {
+LTIDataType DataTypeOf(const tiff::TiffImageInfo &l) {
     const uint16_t bits = l.bitsPerSample;
     if (l.sampleFormat == 3)
         return bits == 32 ? LTI_DATATYPE_FLOAT32 : LTI_DATATYPE_FLOAT64;
@@ -42,12 +42,13 @@ LTIDataType DataTypeOf(const GeoTiffLayout &l) {
     return sign ? LTI_DATATYPE_SINT32 : LTI_DATATYPE_UINT32;
 }
 
-bool HasAlphaExtra(const GeoTiffLayout &l) {
-    return !l.extraSamples.empty() && (l.extraSamples[0] == 1 || l.extraSamples[0] == 2);
+bool HasAlphaExtra(const tiff::TiffImageInfo &info) {
+    return !info.extraSamples.empty() && (info.extraSamples[0] == 1 || info.extraSamples[0] == 2);
 }
 
 // Colour space and delivered bands of an image; LTI_COLORSPACE_INVALID when unsupported.
-LTIColorSpace ColorSpaceOf(const GeoTiffLayout &l, uint16_t &bands) {
+LTIColorSpace ColorSpaceOf(const GeoTiffLayout &layout, uint16_t &bands) {
+    const tiff::TiffImageInfo &l = layout.info;
     const uint16_t spp = l.samplesPerPixel;
     bands = spp;
     switch (l.photometric) {
@@ -67,7 +68,7 @@ LTIColorSpace ColorSpaceOf(const GeoTiffLayout &l, uint16_t &bands) {
         bands = 3;
         return spp == 1 ? LTI_COLORSPACE_RGB : LTI_COLORSPACE_INVALID;
     case kSeparated:
-        if (spp == 4 && l.inkSet == 1)
+        if (spp == 4 && layout.inkSet == 1)
             return LTI_COLORSPACE_CMYK;
         return spp > 4 ? LTI_COLORSPACE_MULTISPECTRAL : LTI_COLORSPACE_INVALID;
     default:
@@ -76,10 +77,12 @@ LTIColorSpace ColorSpaceOf(const GeoTiffLayout &l, uint16_t &bands) {
 }
 
 // An overview belongs to the image when it has the same samples and a power-of-two size ratio.
-uint32_t OverviewFactor(const GeoTiffLayout &base, const GeoTiffLayout &o) {
-    if (!o.isReducedResolution() || o.isMask() || o.samplesPerPixel != base.samplesPerPixel ||
-        o.bitsPerSample != base.bitsPerSample || o.sampleFormat != base.sampleFormat ||
-        o.photometric != base.photometric || o.width >= base.width)
+uint32_t OverviewFactor(const GeoTiffLayout &baseLayout, const GeoTiffLayout &overview) {
+    const tiff::TiffImageInfo &base = baseLayout.info, &o = overview.info;
+    if (!overview.isReducedResolution() || overview.isMask() ||
+        o.samplesPerPixel != base.samplesPerPixel || o.bitsPerSample != base.bitsPerSample ||
+        o.sampleFormat != base.sampleFormat || o.photometric != base.photometric ||
+        o.width >= base.width)
         return 0;
     const double ratio = static_cast<double>(base.width) / o.width;
     const auto f = static_cast<uint32_t>(std::lround(ratio));
@@ -101,7 +104,7 @@ protected:
 private:
     LT_STATUS openFile(LTIOStreamInf &stream);
     LT_STATUS findLevels();
-    void addLevel(uint32_t factor, GeoTiffLayout layout, const tiff::TiffDirectory &dir);
+    LT_STATUS addLevel(uint32_t factor, GeoTiffLayout layout);
     LT_STATUS describePixels(const GeoTiffLayout &base);
     double minimumMagnification() const;
     uint32_t levelFor(uint32_t reduction) const; // the coarsest level not above `reduction`
@@ -112,7 +115,6 @@ private:
     std::vector<std::unique_ptr<GeoTiffLevel>> levels_; // finest first
     size_t baseDirectory_ = 0;
     GeoTiffPixelMap map_;
-    GeoTiffBlockCache cache_{kBlockCacheBytes};
 };
 
 LT_STATUS GeoTiffEngine::openFile(LTIOStreamInf &stream) {
@@ -125,49 +127,57 @@ LT_STATUS GeoTiffEngine::openFile(LTIOStreamInf &stream) {
         code == tiff::kTiffReadFailed ? LTI_STS_StreamReadFailed : LTI_STS_CorruptImage, why);
 }
 
-void GeoTiffEngine::addLevel(uint32_t factor, GeoTiffLayout layout,
-                             const tiff::TiffDirectory &dir) {
+LT_STATUS GeoTiffEngine::addLevel(uint32_t factor, GeoTiffLayout layout) {
     auto level = std::make_unique<GeoTiffLevel>();
     level->factor = factor;
     level->layout = std::move(layout);
-    level->decoder = std::make_unique<GeoTiffBlockDecoder>(reader_, dir, level->layout);
+    level->loader = std::make_unique<tiff::TiffImageLoader>(reader_);
+    if (!level->loader->Open(level->layout.directory))
+        return setLastStatus(LTI_STS_UnsupportedImage,
+                             "image layout: " + shr::WtoA(reader_.Error().Describe()));
+    level->loader->SetCacheLimit(kLevelCacheBytes);
     levels_.push_back(std::move(level));
+    return LT_STS_Success;
 }
 
+// The first full-resolution image is the base; reduced-resolution images of the same samples
+// at power-of-two sizes are its levels (one per factor, the first found).
 LT_STATUS GeoTiffEngine::findLevels() {
-    const auto &dirs = reader_.Directories();
-    size_t baseIndex = dirs.size();
-    GeoTiffLayout base;
-    for (size_t i = 0; i < dirs.size() && baseIndex == dirs.size(); ++i) {
-        const LT_STATUS status = ParseGeoTiffLayout(dirs[i], base);
-        if (!base.isReducedResolution() && !base.isMask()) {
-            if (status != LT_STS_Success)
-                return status;
-            baseIndex = i;
-        }
+    const auto count = static_cast<unsigned>(reader_.Directories().size());
+    GeoTiffLayout layout;
+    unsigned base = count;
+    for (unsigned i = 0; i < count && base == count; ++i) {
+        const LT_STATUS status = DescribeGeoTiffImage(reader_, i, layout);
+        if (status != LT_STS_Success && i == 0)
+            return status; // the first image is the one the file is about
+        if (status == LT_STS_Success && !layout.isReducedResolution() && !layout.isMask())
+            base = i;
     }
-    if (baseIndex == dirs.size())
+    if (base == count)
         return setLastStatus(LTI_STS_UnsupportedImage, "no full-resolution image in the file");
-    baseDirectory_ = baseIndex;
-    addLevel(1, base, dirs[baseIndex]);
-    for (size_t i = 0; i < dirs.size(); ++i) {
+    baseDirectory_ = base;
+    const GeoTiffLayout baseLayout = layout;
+    if (const LT_STATUS status = addLevel(1, baseLayout))
+        return status;
+    for (unsigned i = 0; i < count; ++i) {
         GeoTiffLayout overview;
-        if (i == baseIndex || ParseGeoTiffLayout(dirs[i], overview) != LT_STS_Success)
+        if (i == base || DescribeGeoTiffImage(reader_, i, overview) != LT_STS_Success)
             continue;
-        const uint32_t f = OverviewFactor(base, overview);
+        const uint32_t f = OverviewFactor(baseLayout, overview);
         const bool known = std::any_of(levels_.begin(), levels_.end(),
                                        [f](const auto &level) { return level->factor == f; });
-        if (f != 0 && !known)
-            addLevel(f, std::move(overview), dirs[i]);
+        if (f != 0 && !known && addLevel(f, std::move(overview)) != LT_STS_Success)
+            continue; // an overview the loader refuses is simply not offered
     }
     std::sort(levels_.begin(), levels_.end(),
               [](const auto &a, const auto &b) { return a->factor < b->factor; });
     return LT_STS_Success;
 }
 
-LT_STATUS GeoTiffEngine::describePixels(const GeoTiffLayout &base) {
+LT_STATUS GeoTiffEngine::describePixels(const GeoTiffLayout &layout) {
+    const tiff::TiffImageInfo &base = layout.info;
     uint16_t bands = 0;
-    const LTIColorSpace colorSpace = ColorSpaceOf(base, bands);
+    const LTIColorSpace colorSpace = ColorSpaceOf(layout, bands);
     if (colorSpace == LTI_COLORSPACE_INVALID)
         return setLastStatus(LTI_STS_UnsupportedImage,
                              "Photometric " + std::to_string(base.photometric) + " with " +
@@ -176,29 +186,29 @@ LT_STATUS GeoTiffEngine::describePixels(const GeoTiffLayout &base) {
     map_.bands = bands;
     map_.palette = base.photometric == kPalette;
     if (map_.palette) {
-        if (base.bitsPerSample > 16 || base.sampleFormat != 1 ||
-            base.colorMap.size() != 3 * (size_t{1} << base.bitsPerSample))
+        if (base.bitsPerSample > 16 || base.sampleFormat != tiff::kSampleUnsigned ||
+            base.colormap.size() != 3 * (size_t{1} << base.bitsPerSample))
             return setLastStatus(LTI_STS_CorruptImage, "palette image without a matching ColorMap");
         dataType = LTI_DATATYPE_UINT16;
     }
     const bool subByte = base.bitsPerSample < 8 && !map_.palette;
     const double bitMax =
         subByte ? double((1u << base.bitsPerSample) - 1) : LTIUtils::getTypeMax(dataType);
-    map_.invert = base.photometric == kWhiteIsZero && base.sampleFormat == 1;
+    map_.invert = base.photometric == kWhiteIsZero && base.sampleFormat == tiff::kSampleUnsigned;
     map_.invertFrom = bitMax;
     const LTIPixel pixel(colorSpace, bands, dataType);
     if (const LT_STATUS status =
             setImageProps(base.width, base.height, pixel, minimumMagnification()))
         return status;
-    if (base.hasDeclaredRange)
-        setDynamicRange(base.declaredMin, base.declaredMax);
+    if (layout.hasDeclaredRange)
+        setDynamicRange(layout.declaredMin, layout.declaredMax);
     else if (subByte)
         setDynamicRange(0.0, bitMax);
     return LT_STS_Success;
 }
 
 double GeoTiffEngine::minimumMagnification() const {
-    const GeoTiffLayout &base = levels_.front()->layout;
+    const tiff::TiffImageInfo &base = levels_.front()->layout.info;
     const uint32_t longer = std::max(base.width, base.height);
     uint32_t fit = 1;
     while (fit < kMaxReduction && (longer + fit - 1) / fit > kPreviewSide)
@@ -233,7 +243,7 @@ LT_STATUS GeoTiffEngine::decode(const Window &window, LTISceneBuffer &buffer) {
     const uint32_t index = levelFor(window.reduction);
     const uint32_t k = window.reduction / levels_[index]->factor;
     if (k == 1) {
-        GeoTiffLevelReader reader(*levels_[index], index, cache_, map_);
+        GeoTiffLevelReader reader(*levels_[index], reader_, map_);
         return reader.readRect(window.x, window.y, window.width, window.height, buffer);
     }
     return readAveraged(index, k, window, buffer);
@@ -241,8 +251,8 @@ LT_STATUS GeoTiffEngine::decode(const Window &window, LTISceneBuffer &buffer) {
 
 LT_STATUS GeoTiffEngine::readAveraged(uint32_t index, uint32_t k, const Window &window,
                                       LTISceneBuffer &buffer) {
-    const GeoTiffLayout &l = levels_[index]->layout;
-    GeoTiffLevelReader reader(*levels_[index], index, cache_, map_);
+    const tiff::TiffImageInfo &l = levels_[index]->layout.info;
+    GeoTiffLevelReader reader(*levels_[index], reader_, map_);
     const uint64_t inWidth = uint64_t{window.width} * k;
     const uint64_t groupRowBytes =
         inWidth * k * getNumBands() * getPixelProps().getNumBytesPerSample();

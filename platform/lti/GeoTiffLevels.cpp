@@ -1,62 +1,63 @@
-// Window reads of one resolution level, block by block, and averaging to coarser scales.
+// Window reads of one resolution level through the TIFF library's loader, and averaging to
+// coarser scales.
 #include "GeoTiffLevels.h"
 
 #include "LTIUtils.h"
 #include "SampleOps.h"
 
+#include "shr/Strings.h"
+
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <type_traits>
+#include <vector>
 
 namespace LizardTech {
 namespace {
 
-struct CopyRect { // level coordinates of the part of a block to copy, and where it lands
-    uint32_t blockX, blockY, x0, y0, x1, y1, x, y, outRow;
-};
+// Rows are fetched from the loader in bands of about this many bytes.
+constexpr uint64_t kBandBytes = 4u << 20;
 
+// Chunky samples (native order, one byte each below 8 bits) to the planes of `out`.
 template <class T>
-void CopySamples(const GeoTiffBlock &data, const GeoTiffLayout &l, const GeoTiffPixelMap &map,
-                 uint16_t plane, const CopyRect &r, LTISceneBuffer &out) {
-    const uint16_t spb = l.samplesPerBlock();
-    const T *samples = reinterpret_cast<const T *>(data.samples.data());
-    const uint16_t bands = l.planarConfig == 2 ? 1 : std::min<uint16_t>(spb, map.bands);
-    for (uint16_t b = 0; b < bands; ++b) {
-        const uint16_t outBand = l.planarConfig == 2 ? plane : b;
-        if (outBand >= map.bands)
-            continue;
-        for (uint32_t yy = r.y0; yy < r.y1; ++yy) {
-            const T *src =
-                samples + (size_t{yy - r.blockY} * l.blockWidth + (r.x0 - r.blockX)) * spb + b;
-            T *dst = reinterpret_cast<T *>(out.getRow(outBand, r.outRow + yy - r.y)) + (r.x0 - r.x);
-            const uint32_t n = r.x1 - r.x0;
-            if (map.invert)
-                for (uint32_t i = 0; i < n; ++i)
-                    dst[i] =
-                        static_cast<T>(map.invertFrom - static_cast<double>(src[size_t{i} * spb]));
-            else if (spb == 1)
-                std::memcpy(dst, src, n * sizeof(T));
-            else
-                for (uint32_t i = 0; i < n; ++i)
-                    dst[i] = src[size_t{i} * spb];
-        }
+void ScatterSamples(const uint8_t *row, uint16_t samplesPerPixel, const GeoTiffPixelMap &map,
+                    uint32_t width, LTISceneBuffer &out, uint32_t outRow) {
+    const T *src = reinterpret_cast<const T *>(row);
+    for (uint16_t b = 0; b < map.bands; ++b) {
+        T *dst = reinterpret_cast<T *>(out.getRow(b, outRow));
+        if (map.invert)
+            for (uint32_t x = 0; x < width; ++x)
+                dst[x] = static_cast<T>(map.invertFrom -
+                                        static_cast<double>(src[size_t{x} * samplesPerPixel + b]));
+        else if (samplesPerPixel == 1)
+            std::memcpy(dst, src, width * sizeof(T));
+        else
+            for (uint32_t x = 0; x < width; ++x)
+                dst[x] = src[size_t{x} * samplesPerPixel + b];
     }
 }
 
 template <class Index>
-void CopyPalette(const GeoTiffBlock &data, const GeoTiffLayout &l, const CopyRect &r,
-                 LTISceneBuffer &out) {
-    const size_t entries = l.colorMap.size() / 3;
-    const Index *samples = reinterpret_cast<const Index *>(data.samples.data());
-    for (uint32_t yy = r.y0; yy < r.y1; ++yy) {
-        const Index *src = samples + size_t{yy - r.blockY} * l.blockWidth + (r.x0 - r.blockX);
-        for (uint16_t b = 0; b < 3; ++b) {
-            auto *dst =
-                reinterpret_cast<uint16_t *>(out.getRow(b, r.outRow + yy - r.y)) + (r.x0 - r.x);
-            const uint16_t *table = l.colorMap.data() + b * entries;
-            for (uint32_t i = 0; i < r.x1 - r.x0; ++i)
-                dst[i] = src[i] < entries ? table[src[i]] : 0;
-        }
+void ScatterPalette(const uint8_t *row, const std::vector<uint16_t> &colormap, uint32_t width,
+                    LTISceneBuffer &out, uint32_t outRow) {
+    const size_t entries = colormap.size() / 3;
+    const Index *src = reinterpret_cast<const Index *>(row);
+    for (uint16_t b = 0; b < 3; ++b) {
+        auto *dst = reinterpret_cast<uint16_t *>(out.getRow(b, outRow));
+        const uint16_t *table = colormap.data() + b * entries;
+        for (uint32_t x = 0; x < width; ++x)
+            dst[x] = src[x] < entries ? table[src[x]] : 0;
+    }
+}
+
+// Samples narrower than a byte, most significant bits first, widened to a byte each.
+void UnpackRow(const uint8_t *in, uint8_t *out, uint64_t samples, uint16_t bits) {
+    const unsigned mask = (1u << bits) - 1;
+    for (uint64_t i = 0; i < samples; ++i) {
+        const uint64_t bit = i * bits;
+        const unsigned shift = 8 - bits - static_cast<unsigned>(bit % 8);
+        out[i] = static_cast<uint8_t>((in[bit / 8] >> shift) & mask);
     }
 }
 
@@ -93,62 +94,56 @@ void AveragePlane(const LTISceneBuffer &in, uint16_t band, uint32_t inWidth, uin
 
 } // namespace
 
-LT_STATUS GeoTiffLevelReader::block(uint64_t index, GeoTiffBlockPtr &data) {
-    data = cache_.find(index_, index);
-    if (data)
-        return LT_STS_Success;
-    auto decoded = std::make_shared<GeoTiffBlock>();
-    if (const LT_STATUS status = level_.decoder->decode(index, *decoded))
-        return status;
-    data = decoded;
-    cache_.insert(index_, index, data);
-    return LT_STS_Success;
-}
-
 LT_STATUS GeoTiffLevelReader::readRect(uint32_t x, uint32_t y, uint32_t width, uint32_t height,
                                        LTISceneBuffer &out, uint32_t outRow) {
-    const GeoTiffLayout &l = level_.layout;
-    x = std::min(x, l.width - 1);
-    y = std::min(y, l.height - 1);
-    const uint32_t availW = std::min(width, l.width - x);
-    const uint32_t availH = std::min(height, l.height - y);
-    const uint64_t perPlane = uint64_t{l.blocksAcross} * l.blocksDown;
-    for (uint16_t plane = 0; plane < l.planes() && plane < map_.bands; ++plane) {
-        for (uint32_t by = y / l.blockHeight; by <= (y + availH - 1) / l.blockHeight; ++by) {
-            for (uint32_t bx = x / l.blockWidth; bx <= (x + availW - 1) / l.blockWidth; ++bx) {
-                GeoTiffBlockPtr data;
-                const uint64_t index = plane * perPlane + uint64_t{by} * l.blocksAcross + bx;
-                if (const LT_STATUS status = block(index, data))
-                    return status;
-                const uint32_t blockX = bx * l.blockWidth, blockY = by * l.blockHeight;
-                copyBlock(*data, plane, blockX, blockY, std::max(x, blockX), std::max(y, blockY),
-                          std::min(x + availW, blockX + l.blockWidth),
-                          std::min({y + availH, blockY + l.blockHeight, blockY + data->rows}), x, y,
-                          out, outRow);
+    const tiff::TiffImageInfo &info = level_.layout.info;
+    x = std::min(x, info.width - 1);
+    y = std::min(y, info.height - 1);
+    const uint32_t availW = std::min(width, info.width - x);
+    const uint32_t availH = std::min(height, info.height - y);
+    const uint64_t rowBytes = info.RowBytes(availW);
+    const auto bandRows =
+        static_cast<uint32_t>(std::clamp<uint64_t>(kBandBytes / rowBytes, 1, availH));
+    std::vector<uint8_t> rows(static_cast<size_t>(rowBytes * bandRows));
+    std::vector<uint8_t> widened(info.bitsPerSample < 8 ? size_t{availW} * info.samplesPerPixel
+                                                        : 0);
+    for (uint32_t r = 0; r < availH; r += bandRows) {
+        const uint32_t n = std::min(bandRows, availH - r);
+        if (!level_.loader->ReadWindow(x, y + r, availW, n, rows.data()))
+            return setLastStatus(LTI_STS_DecodeFailed, "rows " + std::to_string(y + r) + " to " +
+                                                           std::to_string(y + r + n - 1) + " of " +
+                                                           levelName() + ": " +
+                                                           shr::WtoA(file_.Error().Describe()));
+        for (uint32_t i = 0; i < n; ++i) {
+            const uint8_t *row = rows.data() + i * rowBytes;
+            if (!widened.empty()) {
+                UnpackRow(row, widened.data(), widened.size(), info.bitsPerSample);
+                row = widened.data();
             }
+            scatterRow(row, availW, out, outRow + r + i);
         }
     }
     repeatEdges(availW, availH, width, height, out, outRow);
     return LT_STS_Success;
 }
 
-void GeoTiffLevelReader::copyBlock(const GeoTiffBlock &data, uint16_t plane, uint32_t blockX,
-                                   uint32_t blockY, uint32_t x0, uint32_t y0, uint32_t x1,
-                                   uint32_t y1, uint32_t x, uint32_t y, LTISceneBuffer &out,
-                                   uint32_t outRow) const {
-    if (x0 >= x1 || y0 >= y1)
-        return;
-    const CopyRect r{blockX, blockY, x0, y0, x1, y1, x, y, outRow};
-    const GeoTiffLayout &l = level_.layout;
+std::string GeoTiffLevelReader::levelName() const {
+    return level_.factor == 1 ? "the full-resolution image"
+                              : "the overview reduced by " + std::to_string(level_.factor);
+}
+
+void GeoTiffLevelReader::scatterRow(const uint8_t *samples, uint32_t width, LTISceneBuffer &out,
+                                    uint32_t outRow) const {
+    const tiff::TiffImageInfo &info = level_.layout.info;
     if (map_.palette) {
-        if (l.bitsPerSample == 16)
-            CopyPalette<uint16_t>(data, l, r, out);
+        if (info.bitsPerSample == 16)
+            ScatterPalette<uint16_t>(samples, info.colormap, width, out, outRow);
         else
-            CopyPalette<uint8_t>(data, l, r, out);
+            ScatterPalette<uint8_t>(samples, info.colormap, width, out, outRow);
         return;
     }
     detail::DispatchDataType(out.getPixelProps().getDataType(), [&](auto t) {
-        CopySamples<decltype(t)>(data, l, map_, plane, r, out);
+        ScatterSamples<decltype(t)>(samples, info.samplesPerPixel, map_, width, out, outRow);
     });
 }
 

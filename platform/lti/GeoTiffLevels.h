@@ -1,11 +1,11 @@
 // The resolution levels of a GeoTIFF image (the full image and its reduced-resolution
 // subfiles) and the reading of a window of one level into band-planar samples.
 #pragma once
-#include "GeoTiffBlocks.h"
+#include "GeoTiffLayout.h"
 #include "LTISceneBuffer.h"
 
 #include <memory>
-#include <vector>
+#include <string>
 
 namespace LizardTech {
 
@@ -20,15 +20,14 @@ struct GeoTiffPixelMap {
 struct GeoTiffLevel {
     uint32_t factor = 1; // reduction from the full image, a power of two
     GeoTiffLayout layout;
-    std::unique_ptr<GeoTiffBlockDecoder> decoder;
+    std::unique_ptr<tiff::TiffImageLoader> loader; // open on the level's directory
 };
 
-// Reads rectangles of one level through the shared block cache.
+// Reads rectangles of one level through its loader (which caches decoded strips and tiles).
 class GeoTiffLevelReader {
 public:
-    GeoTiffLevelReader(const GeoTiffLevel &level, uint32_t levelIndex, GeoTiffBlockCache &cache,
-                       const GeoTiffPixelMap &map)
-        : level_(level), index_(levelIndex), cache_(cache), map_(map) {}
+    GeoTiffLevelReader(GeoTiffLevel &level, tiff::CTiffReader &file, const GeoTiffPixelMap &map)
+        : level_(level), file_(file), map_(map) {}
 
     // Copies level pixels [x, x + width) × [y, y + height) into `out` from its row `outRow`
     // on. Columns and rows beyond the level repeat its last column and row.
@@ -36,16 +35,14 @@ public:
                        uint32_t outRow = 0);
 
 private:
-    LT_STATUS block(uint64_t index, GeoTiffBlockPtr &data);
-    void copyBlock(const GeoTiffBlock &data, uint16_t plane, uint32_t blockX, uint32_t blockY,
-                   uint32_t x0, uint32_t y0, uint32_t x1, uint32_t y1, uint32_t x, uint32_t y,
-                   LTISceneBuffer &out, uint32_t outRow) const;
+    std::string levelName() const;
+    void scatterRow(const uint8_t *samples, uint32_t width, LTISceneBuffer &out,
+                    uint32_t outRow) const;
     void repeatEdges(uint32_t available, uint32_t availableRows, uint32_t width, uint32_t height,
                      LTISceneBuffer &out, uint32_t outRow) const;
 
-    const GeoTiffLevel &level_;
-    uint32_t index_;
-    GeoTiffBlockCache &cache_;
+    GeoTiffLevel &level_;
+    tiff::CTiffReader &file_;
     const GeoTiffPixelMap &map_;
 };
 

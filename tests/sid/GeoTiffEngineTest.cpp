@@ -7,6 +7,7 @@
 #include "TiffBuilder.h"
 
 #include "lti/MrSIDImageReader.h"
+#include "shr/Strings.h"
 
 #include <gtest/gtest.h>
 
@@ -152,8 +153,7 @@ TEST(GeoTiffEngine, SampleTypesAndColourSpacesToOutputRows) {
         SidInterface reader;
         reader.SetFormat(c.format);
         ASSERT_TRUE(reader.Open(sidtest::Wide(path)))
-            << c.name << ": "
-            << std::string(reader.GetErrorText().begin(), reader.GetErrorText().end());
+            << c.name << ": " << shr::WtoA(reader.GetErrorText());
         std::string row(c.expected.size() + 4, '\0');
         ASSERT_TRUE(reader.ReadScanline(0, reinterpret_cast<uint8_t *>(row.data()))) << c.name;
         EXPECT_EQ(row.substr(0, c.expected.size()), c.expected) << c.name;
