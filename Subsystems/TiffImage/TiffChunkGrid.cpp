@@ -48,17 +48,19 @@ bool TiffChunkGrid::Build(CTiffReader &reader, const TiffDirectory &dir,
     planes_ = info.IsPlanar() ? info.samplesPerPixel : 1;
     const uint64_t samplesInChunk = info.IsPlanar() ? 1 : info.samplesPerPixel;
     rowBytes_ = (uint64_t{chunkWidth_} * samplesInChunk * info.bitsPerSample + 7) / 8;
-    uint64_t chunkBytes = 0;
-    if (!CheckedMultiply(rowBytes_, chunkHeight_, chunkBytes) || chunkBytes > kMaxBlockBytes)
-        return Fail(reader, __LINE__, kTiffNoMemory);
     across_ = tiled_ ? info.ChunksAcross() : 1;
     const uint64_t down = info.ChunksDown();
     blockRows_ = chunkHeight_;
-    if (!tiled_ && compression_ == kCompressionNone && chunkBytes > kSplitBytes) {
-        const uint64_t rows = rowBytes_ == 0 ? 1 : kSplitBytes / rowBytes_;
+    uint64_t chunkBytes = 0;
+    const bool fits = CheckedMultiply(rowBytes_, chunkHeight_, chunkBytes);
+    // Uncompressed rows can be read a few at a time, however large the strip.
+    if (!tiled_ && compression_ == kCompressionNone && (!fits || chunkBytes > kSplitBytes)) {
+        const uint64_t rows = kSplitBytes / rowBytes_;
         blockRows_ = static_cast<uint32_t>(rows == 0 ? 1 : rows);
         blocksPerChunk_ = (chunkHeight_ + blockRows_ - 1) / blockRows_;
     }
+    if (rowBytes_ > kMaxBlockBytes / blockRows_)
+        return Fail(reader, __LINE__, kTiffNoMemory);
     if (!CheckedMultiply(down, across_, storedPerPlane_))
         return Fail(reader, __LINE__, kTiffBadFormat);
     bandCount_ = BandOfRow(height_ - 1) + 1;

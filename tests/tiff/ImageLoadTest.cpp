@@ -217,6 +217,57 @@ TEST(LoaderReads, WindowsReadOnlyWhatTheyTouch) {
     EXPECT_EQ(ct.reads, 1u);
 }
 
+// A file whose bytes after the given head are zeros, up to a length of its own.
+class ZeroTailSource : public tiff::TiffSource {
+public:
+    ZeroTailSource(Bytes head, uint64_t length) : head_(std::move(head)), length_(length) {}
+    bool Length(uint64_t &length) override {
+        length = length_;
+        return true;
+    }
+    bool Seek(uint64_t position) override {
+        pos_ = position;
+        return position <= length_;
+    }
+    size_t Read(void *dest, size_t size) override {
+        const size_t n = static_cast<size_t>(std::min<uint64_t>(size, length_ - pos_));
+        auto *out = static_cast<unsigned char *>(dest);
+        for (size_t i = 0; i < n; ++i, ++pos_)
+            out[i] = pos_ < head_.size() ? head_[static_cast<size_t>(pos_)] : 0;
+        maxRead_ = std::max(maxRead_, n);
+        return n;
+    }
+    size_t maxRead_ = 0;
+
+private:
+    Bytes head_;
+    uint64_t length_;
+    uint64_t pos_ = 0;
+};
+
+TEST(LoaderReads, UncompressedStripLargerThanAnyBlock) {
+    // One 2.5 GB uncompressed strip: read a few rows at a time, never as a whole.
+    const uint64_t side = 50000;
+    tifftest::TiffFileBuilder b(false, false);
+    auto &d = b.AddDirectory();
+    b.AddUInts(d, 256, 4, {side});
+    b.AddUInts(d, 257, 4, {side});
+    b.AddUInts(d, 258, 3, {8});
+    b.AddUInts(d, 273, 4, {4096});
+    b.AddUInts(d, 279, 4, {side * side});
+    Bytes head = b.Build();
+    auto source = std::make_unique<ZeroTailSource>(head, 4096 + side * side);
+    ZeroTailSource *raw = source.get();
+    CTiffReader reader;
+    ASSERT_TRUE(reader.Open(std::move(source), L"big"));
+    TiffImageLoader loader(reader);
+    ASSERT_TRUE(loader.Open(0)) << reader.Error().code;
+    Bytes window(100 * 100, 0xA5);
+    ASSERT_TRUE(loader.ReadWindow(30000, 40000, 100, 100, window.data()));
+    EXPECT_EQ(window, Bytes(100 * 100, 0));
+    EXPECT_LE(raw->maxRead_, 300000u);
+}
+
 TEST(Loader, SparseChunksReadAsZeros) {
     ImageModel m;
     m.tiled = true;
