@@ -102,7 +102,7 @@ TEST(GdalGeoreference, WarpMatchesGdalForAreaPointAndMatrixFiles) {
                  source.c_str());
     std::fclose(f);
     const std::string rotated = BuildPath("geo_rotated.tif");
-    ASSERT_EQ(sidpeer::Run("gdal_translate -q " + vrt + " " + rotated), 0);
+    ASSERT_EQ(RunQuiet("gdal_translate -q " + vrt + " " + rotated), 0);
     for (const std::string &path : {area, point, rotated}) {
         ASSERT_FALSE(path.empty());
         EXPECT_TRUE(CheckWarp(path)) << path;

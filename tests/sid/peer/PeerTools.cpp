@@ -10,7 +10,9 @@
 
 namespace sidpeer {
 
-int Run(const std::string &command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
+int RunQuiet(const std::string &command) {
+    return std::system((command + " >/dev/null 2>&1").c_str());
+}
 
 std::string Capture(const std::string &command) {
     std::string out;
@@ -58,9 +60,9 @@ std::string MakeGeoTiff(const std::string &name, const std::string &source,
     const std::string translate = "gdal_translate -q -of GTiff -a_srs EPSG:32611 "
                                   "-a_ullr 500000 4100000 530000 4080000 " +
                                   options + " " + source + " " + path;
-    if (Run(translate) != 0)
+    if (RunQuiet(translate) != 0)
         return "";
-    if (!overviews.empty() && Run("gdaladdo -q -r average " + path + " " + overviews) != 0)
+    if (!overviews.empty() && RunQuiet("gdaladdo -q -r average " + path + " " + overviews) != 0)
         return "";
     return path;
 }
@@ -102,8 +104,8 @@ Image ReadGdal(const std::string &path, const std::string &args, uint32_t channe
     Image image;
     const std::string out = BuildPath("gdal_peer_out.raw");
     std::remove(out.c_str());
-    if (Run("gdal_translate -q -of ENVI -co INTERLEAVE=BIP " + args + " " + path + " " + out) !=
-        0) {
+    if (RunQuiet("gdal_translate -q -of ENVI -co INTERLEAVE=BIP " + args + " " + path + " " +
+                 out) != 0) {
         image.error = "gdal_translate failed";
         return image;
     }

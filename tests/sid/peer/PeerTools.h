@@ -8,7 +8,7 @@
 namespace sidpeer {
 
 // Runs a shell command; its exit status (0 on success).
-int Run(const std::string &command);
+int RunQuiet(const std::string &command);
 // Runs a shell command and returns what it printed on stdout.
 std::string Capture(const std::string &command);
 
