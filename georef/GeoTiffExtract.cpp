@@ -47,7 +47,7 @@ void FindDatum(const GeoTiffParams &p, GeoTiffPieces &pieces) {
     gcs::DatumDef &datum = pieces.datum;
     if (datum.IsUnknown())
         GeoTiffKnownDatum(p.GeogGeodeticDatum, datum);
-    // A geographic system's code minus 2000 is its datum's (4326 -> 6326).
+    // A geographic system's code plus 2000 is its datum's (4326 -> 6326).
     const int32_t fromSystem = p.GeographicType + 2000;
     if (datum.IsUnknown() && fromSystem >= 6000 && fromSystem <= 6999)
         GeoTiffKnownDatum(fromSystem, datum);
@@ -94,8 +94,9 @@ bool GeoTiffDecide(GeoTiffParams &p, tiff::TiffImageRead *file, int image, GeoTi
         return RecordGeoTiffError(error, kSourceFile, __LINE__, kGeoTiffMissingOutput);
     if (pieces.warpFromTiePointAndScale) {
         gcs::WarpDef rebuilt;
-        if (!file ||
-            !GeoTiffRecalculateWarp(*file, image, rebuilt, pieces.linearUnitsPerMeter, error))
+        if (!file)
+            return RecordGeoTiffError(error, kSourceFile, __LINE__, kGeoTiffMissingOutput);
+        if (!GeoTiffRecalculateWarp(*file, image, rebuilt, pieces.linearUnitsPerMeter, error))
             return false;
         pieces.warp = rebuilt;
     }
