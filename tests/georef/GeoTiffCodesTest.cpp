@@ -85,9 +85,11 @@ TEST(LinearScaleToPOSCNumber, TolerancesAndOrder) {
         {3.2808451241291379, 9005}, // never 9006, which carries the same value
         {0.54680664916885391, 9014},
         {3.2808399, 9002},
-        {3.28086, 9081}, // only the library, within 0.0001
-        {0.001, 9036},   // kilometre
-        {1000.0, 1025},  // millimetre
+        {3.28086, 9081},                   // only the library, within 0.0001
+        {3.2808451241291379 + 1e-8, 9080}, // past the table's 5e-9: the library's nearest
+        {3.2811, 0},                       // nothing within 0.0001
+        {0.001, 9036},                     // kilometre
+        {1000.0, 1025},                    // millimetre
         {12345.0, 0},
         {std::numeric_limits<double>::quiet_NaN(), 0},
         {0.0, 0},
