@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size < 4)
         return 0;
     const uint32_t outSize =
-        (uint32_t{data[0]} << 16 | uint32_t{data[1]} << 8 | data[2]) % (1u << 18);
+        (uint32_t{data[0]} << 16 | uint32_t{data[1]} << 8 | data[2]) % (1u << 16);
     const size_t piece = 1 + data[3] % 97;
     const uint8_t *in = data + 4;
     const auto inSize = static_cast<uint32_t>(size - 4);
