@@ -7,6 +7,7 @@
 
 #include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -60,19 +61,27 @@ TEST(Predictor, HorizontalKnownRows) {
     }
 }
 
+// Row lengths around the 16-byte blocks of the vector paths.
 TEST(Predictor, HorizontalInvertsDifferencing) {
-    const size_t pixels = 57;
-    for (uint32_t bits : {8u, 16u, 32u}) {
-        for (uint32_t samples : {1u, 2u, 3u, 4u, 5u, 7u}) {
+    struct Layout {
+        uint32_t bits;
+        uint32_t samples;
+    };
+    std::vector<Layout> layouts;
+    for (uint32_t bits : {8u, 16u, 32u})
+        for (uint32_t samples : {1u, 2u, 3u, 4u, 5u, 7u, 8u})
+            layouts.push_back({bits, samples});
+    for (size_t pixels : {1, 2, 5, 6, 11, 16, 17, 57, 301}) {
+        for (const Layout &l : layouts) {
             for (bool bigEndian : {false, true}) {
-                SCOPED_TRACE(std::to_string(bits) + " x" + std::to_string(samples) +
-                             (bigEndian ? " MM" : " II"));
-                const Bytes original = Random(pixels * samples * bits / 8, bits * samples);
+                SCOPED_TRACE(std::to_string(pixels) + " pixels, " + std::to_string(l.bits) + " x" +
+                             std::to_string(l.samples) + (bigEndian ? " MM" : " II"));
+                const Bytes original =
+                    Random(pixels * l.samples * l.bits / 8, l.bits * l.samples + pixels);
                 Bytes row = original;
-                tiff::test::DifferenceRow(row.data(), pixels, samples, bits / 8, bigEndian);
-                ASSERT_FALSE(row == original);
-                EXPECT_TRUE(
-                    tiff::UndoHorizontalDifferencing(row.data(), pixels, samples, bits, bigEndian));
+                tiff::test::DifferenceRow(row.data(), pixels, l.samples, l.bits / 8, bigEndian);
+                EXPECT_TRUE(tiff::UndoHorizontalDifferencing(row.data(), pixels, l.samples, l.bits,
+                                                             bigEndian));
                 EXPECT_TRUE(row == original);
             }
         }
@@ -123,28 +132,33 @@ TEST(Predictor, FloatingPointRegroupsPlanes) {
 }
 
 TEST(Predictor, FloatingPointInvertsEncoding) {
-    const size_t pixels = 23, rowCount = 3;
-    for (uint32_t bits : {32u, 64u}) {
-        for (uint32_t samples : {1u, 2u, 4u, 5u}) {
-            SCOPED_TRACE(std::to_string(bits) + " x" + std::to_string(samples));
-            const size_t rowBytes = pixels * samples * bits / 8;
-            const Bytes original = Random(rowBytes * rowCount, bits + samples);
-            Bytes strip;
-            for (size_t y = 0; y < rowCount; ++y) {
-                const Bytes row = tiff::test::FloatPredictRow(
-                    std::span(original).subspan(y * rowBytes, rowBytes), samples, bits / 8);
-                strip.insert(strip.end(), row.begin(), row.end());
-            }
-            tiff::PredictorRows rows;
-            rows.data = strip.data();
-            rows.rows = rowCount;
-            rows.bytesPerRow = rowBytes;
-            rows.pixelsPerRow = pixels;
-            rows.samplesPerPixel = samples;
-            rows.bitsPerSample = bits;
-            EXPECT_TRUE(tiff::UndoPredictor(3, rows));
-            EXPECT_TRUE(strip == original);
+    const size_t rowCount = 3;
+    const struct {
+        size_t pixels;
+        uint32_t bits;
+        uint32_t samples;
+    } cases[] = {{23, 32, 1}, {23, 32, 2}, {23, 64, 4}, {23, 64, 5},
+                 {1, 32, 1},  {64, 32, 1}, {64, 64, 3}, {5, 32, 3}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(std::to_string(c.pixels) + " pixels, " + std::to_string(c.bits) + " x" +
+                     std::to_string(c.samples));
+        const size_t rowBytes = c.pixels * c.samples * c.bits / 8;
+        const Bytes original = Random(rowBytes * rowCount, c.bits + c.samples);
+        Bytes strip;
+        for (size_t y = 0; y < rowCount; ++y) {
+            const Bytes row = tiff::test::FloatPredictRow(
+                std::span(original).subspan(y * rowBytes, rowBytes), c.samples, c.bits / 8);
+            strip.insert(strip.end(), row.begin(), row.end());
         }
+        tiff::PredictorRows rows;
+        rows.data = strip.data();
+        rows.rows = rowCount;
+        rows.bytesPerRow = rowBytes;
+        rows.pixelsPerRow = c.pixels;
+        rows.samplesPerPixel = c.samples;
+        rows.bitsPerSample = c.bits;
+        EXPECT_TRUE(tiff::UndoPredictor(3, rows));
+        EXPECT_TRUE(strip == original);
     }
 }
 
