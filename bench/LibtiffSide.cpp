@@ -28,7 +28,7 @@ TiffHandle Open(const std::string &path, const char *mode, std::string &message)
 
 bool WriteWithLibtiff(const std::string &path, const ImageSpec &s,
                       const std::vector<uint8_t> &pixels, std::string &message) {
-    TiffHandle t = Open(path, "wl", message);
+    TiffHandle t = Open(path, s.bigEndian ? "wb" : "wl", message);
     if (!t)
         return false;
     TIFFSetField(t.get(), TIFFTAG_IMAGEWIDTH, s.width);

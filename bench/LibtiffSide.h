@@ -15,10 +15,12 @@ struct ImageSpec {
     uint16_t compression = 1;
     uint16_t predictor = 1;
     uint32_t rowsPerStrip = 0; // 0: libtiff's default strip size
+    bool bigEndian = false;
+    uint32_t noiseMask = 7; // of the generated content: 0 gives smooth images
 };
 
-// Writes `pixels` (rows top to bottom, samples interleaved, machine byte order) as a
-// little-endian striped TIFF; false with a message on failure.
+// Writes `pixels` (rows top to bottom, samples interleaved, machine byte order) as a striped
+// TIFF in the spec's byte order; false with a message on failure.
 bool WriteWithLibtiff(const std::string &path, const ImageSpec &spec,
                       const std::vector<uint8_t> &pixels, std::string &message);
 

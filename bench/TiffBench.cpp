@@ -28,7 +28,7 @@ struct Case {
     bench::ImageSpec spec;
 };
 
-// Aerial-like content: smooth terrain, flat water, straight roads and a little sensor noise.
+// Aerial-like content: smooth terrain, flat water, straight roads and some sensor noise.
 std::vector<uint8_t> MakeImage(const bench::ImageSpec &s) {
     std::vector<double> rowWave(s.height), colWave(s.width);
     for (uint32_t y = 0; y < s.height; ++y)
@@ -45,11 +45,13 @@ std::vector<uint8_t> MakeImage(const bench::ImageSpec &s) {
             const bool road = x % 613 < 6 || y % 577 < 5;
             for (uint32_t c = 0; c < s.samples; ++c) {
                 noise ^= noise << 13, noise ^= noise >> 17, noise ^= noise << 5;
-                double v = water ? 40 + c * 9 : rowWave[y] + colWave[x] + c * 12 + (noise & 7);
+                double v =
+                    water ? 40 + c * 9 : rowWave[y] + colWave[x] + c * 12 + (noise & s.noiseMask);
                 if (road)
                     v = 200 + c;
-                const uint32_t value = bytes == 1 ? static_cast<uint32_t>(v)
-                                                  : static_cast<uint32_t>(v * 250 + (noise >> 28));
+                const uint32_t value =
+                    bytes == 1 ? static_cast<uint32_t>(v)
+                               : static_cast<uint32_t>(v * 250 + ((noise >> 24) & s.noiseMask));
                 std::memcpy(&pixels[at], &value, bytes); // little-endian host
                 at += bytes;
             }
@@ -196,13 +198,15 @@ int main(int argc, char **argv) {
         s.predictor = predictor;
         return s;
     };
+    bench::ImageSpec smooth = with(rgb, 5, 1);
+    smooth.noiseMask = 0;
+    bench::ImageSpec bigEndian = with(gray16, 5, 2);
+    bigEndian.bigEndian = true;
     const Case cases[] = {
-        {"lzw-rgb8", with(rgb, 5, 1)},
-        {"lzw-pred2-rgb8", with(rgb, 5, 2)},
-        {"lzw-pred2-gray16", with(gray16, 5, 2)},
-        {"deflate-rgb8", with(rgb, 8, 1)},
-        {"deflate-pred2-rgb8", with(rgb, 8, 2)},
-        {"packbits-rgb8", with(rgb, 32773, 1)},
+        {"lzw-rgb8", with(rgb, 5, 1)},           {"lzw-smooth-rgb8", smooth},
+        {"lzw-pred2-rgb8", with(rgb, 5, 2)},     {"lzw-pred2-gray16", with(gray16, 5, 2)},
+        {"lzw-pred2-gray16-mm", bigEndian},      {"deflate-rgb8", with(rgb, 8, 1)},
+        {"deflate-pred2-rgb8", with(rgb, 8, 2)}, {"packbits-rgb8", with(rgb, 32773, 1)},
     };
     std::printf("best of %d runs, thread CPU time; ratio = ours / libtiff (below 1 is faster);\n"
                 "ours reads a mapped file as libtiff does, or through the stdio file source\n",
