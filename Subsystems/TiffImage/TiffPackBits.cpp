@@ -6,7 +6,7 @@
 namespace tiff {
 namespace {
 
-// While both buffers have room, literals and runs move in whole 16-byte chunks; the excess is
+// While both buffers have room, literals and runs move in whole 32-byte chunks; the excess is
 // overwritten by the next literal or run.
 constexpr size_t kChunk = 32;
 constexpr size_t kLongestRun = 128;
