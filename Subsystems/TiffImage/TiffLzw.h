@@ -54,9 +54,10 @@ struct LzwState {
 };
 
 // Hooks in libtiff's order: set-up allocates the table, pre-decode starts a strip or tile over
-// `input` (which must outlive the decode calls), decode fills `output` completely and can stop
-// in the middle of a string and resume on the next call (outputs of up to 4 GiB - 2 bytes per
-// call), clean-up frees the table. Each returns a LzwStatus and keeps it in state.error.
+// `input` (which must outlive the decode calls), decode (one routine for rows, strips and tiles)
+// fills `output` completely and can stop in the middle of a string and resume on the next call
+// (outputs of up to 4 GiB - 2 bytes per call), clean-up frees the table. Each returns a
+// LzwStatus and keeps it in state.error.
 int32_t LZWSetupDecode(LzwState &state);
 int32_t LZWPreDecode(LzwState &state, std::span<const uint8_t> input);
 int32_t LZWDecode(LzwState &state, std::span<uint8_t> output);
