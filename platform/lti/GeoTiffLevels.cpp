@@ -149,6 +149,8 @@ void GeoTiffLevelReader::scatterRow(const uint8_t *samples, uint32_t width, LTIS
 
 void GeoTiffLevelReader::repeatEdges(uint32_t availW, uint32_t availH, uint32_t width,
                                      uint32_t height, LTISceneBuffer &out, uint32_t outRow) const {
+    if (availW == width && availH == height)
+        return;
     const uint32_t bytes = out.getPixelProps().getNumBytesPerSample();
     for (uint16_t b = 0; b < out.getPixelProps().getNumBands(); ++b) {
         for (uint32_t row = 0; row < height; ++row) {
