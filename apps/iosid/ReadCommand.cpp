@@ -202,19 +202,22 @@ private:
 
 std::unique_ptr<RowSink> OpenSink(const ReadRequest &request, const SidInterface &reader,
                                   size_t rowBytes, std::string &error) {
+    const bool png = EndsWith(request.output, ".png");
+#ifndef IOSID_HAVE_PNG
+    if (png)
+        return error = "this build writes raw output only (no PNG library)", nullptr;
+#endif
     std::FILE *file = std::fopen(request.output.c_str(), "wb");
     if (!file)
         return error = "cannot create " + request.output, nullptr;
-    if (!EndsWith(request.output, ".png"))
-        return std::make_unique<RawSink>(file, rowBytes);
 #ifdef IOSID_HAVE_PNG
-    return std::make_unique<PngSink>(file, reader.GetWidth(), reader.GetHeight(),
-                                     reader.GetFormat());
+    if (png)
+        return std::make_unique<PngSink>(file, reader.GetWidth(), reader.GetHeight(),
+                                         reader.GetFormat());
 #else
-    std::fclose(file);
     (void)reader;
-    return error = "this build writes raw output only (no PNG library)", nullptr;
 #endif
+    return std::make_unique<RawSink>(file, rowBytes);
 }
 
 struct Progress {
