@@ -5,10 +5,10 @@ export DEBIAN_FRONTEND=noninteractive
 SUDO=""
 [ "$(id -u)" -eq 0 ] || SUDO="sudo"
 $SUDO apt-get update -qq
-$SUDO apt-get install -y -qq --no-install-recommends \
+$SUDO apt-get install -y -qq \
     cmake make g++ clang-14 libclang-rt-14-dev \
     libgtest-dev libgmock-dev googletest libbenchmark-dev \
     zlib1g-dev libpng-dev libeigen3-dev \
     libtiff-dev libtiff-tools gdal-bin geotiff-bin proj-bin proj-data libproj-dev sqlite3 \
     g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 xvfb \
-    python3 time >/dev/null
+    python3 time
