@@ -17,10 +17,12 @@ public:
     FileSource &operator=(const FileSource &) = delete;
 
     bool Length(uint64_t &length) override {
-        if (shr::SeekFile64(file_, 0, SEEK_END) != 0)
+        const int64_t here = shr::TellFile64(file_);
+        if (here < 0 || shr::SeekFile64(file_, 0, SEEK_END) != 0)
             return false;
         const int64_t end = shr::TellFile64(file_);
-        if (end < 0)
+        // Back where it was, so that every source keeps its position here.
+        if (end < 0 || shr::SeekFile64(file_, here, SEEK_SET) != 0)
             return false;
         length = static_cast<uint64_t>(end);
         return true;
@@ -80,6 +82,14 @@ private:
 } // namespace
 
 std::unique_ptr<TiffSource> OpenFileSource(const std::wstring &path) {
+    // A mapping lends strips to the decoders without a copy; files that cannot be mapped
+    // (empty, too long, not regular, or refused by the system) are still read as streams.
+    if (auto mapped = OpenMappedFileSource(path))
+        return mapped;
+    return OpenStreamFileSource(path);
+}
+
+std::unique_ptr<TiffSource> OpenStreamFileSource(const std::wstring &path) {
     FILE *file = shr::OpenFile(path, L"rb");
     if (file == nullptr)
         return nullptr;
