@@ -2,6 +2,7 @@
 // interpretation, and scene decoding by copying or averaging level pixels.
 #include "GeoTiffEngine.h"
 
+#include "GeoTiffAverage.h"
 #include "GeoTiffGeo.h"
 #include "GeoTiffLevels.h"
 #include "GeoTiffSource.h"
@@ -12,14 +13,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <string>
 
 namespace LizardTech {
 namespace {
 
 constexpr size_t kLevelCacheBytes = 16u << 20; // decoded strips and tiles kept per level
-constexpr size_t kAverageWindowBytes = 32u << 20;
-constexpr uint32_t kPreviewSide = 512; // reductions go on until the longer side fits this
+constexpr uint32_t kPreviewSide = 512;         // reductions go on until the longer side fits this
 constexpr uint32_t kMaxReduction = 1u << 30;
 
 enum Photometric : uint16_t {
@@ -108,8 +109,6 @@ private:
     LT_STATUS describePixels(const GeoTiffLayout &base);
     double minimumMagnification() const;
     uint32_t levelFor(uint32_t reduction) const; // the coarsest level not above `reduction`
-    LT_STATUS readAveraged(uint32_t levelIndex, uint32_t k, const Window &window,
-                           LTISceneBuffer &buffer);
 
     tiff::CTiffReader reader_;
     std::vector<std::unique_ptr<GeoTiffLevel>> levels_; // finest first
@@ -242,39 +241,17 @@ uint32_t GeoTiffEngine::levelFor(uint32_t reduction) const {
 LT_STATUS GeoTiffEngine::decode(const Window &window, LTISceneBuffer &buffer) {
     const uint32_t index = levelFor(window.reduction);
     const uint32_t k = window.reduction / levels_[index]->factor;
-    if (k == 1) {
-        GeoTiffLevelReader reader(*levels_[index], reader_, map_);
-        return reader.readRect(window.x, window.y, window.width, window.height, buffer);
-    }
-    return readAveraged(index, k, window, buffer);
-}
-
-LT_STATUS GeoTiffEngine::readAveraged(uint32_t index, uint32_t k, const Window &window,
-                                      LTISceneBuffer &buffer) {
-    const tiff::TiffImageInfo &l = levels_[index]->layout.info;
     GeoTiffLevelReader reader(*levels_[index], reader_, map_);
-    const uint64_t inWidth = uint64_t{window.width} * k;
-    const uint64_t groupRowBytes =
-        inWidth * k * getNumBands() * getPixelProps().getNumBytesPerSample();
-    const auto group = static_cast<uint32_t>(
-        std::clamp<uint64_t>(kAverageWindowBytes / groupRowBytes, 1, window.height));
-    LTISceneBuffer in(getPixelProps(), static_cast<lt_uint32>(inWidth), group * k);
-    const uint64_t x = uint64_t{window.x} * k;
-    const uint32_t validW =
-        x < l.width ? static_cast<uint32_t>(std::min<uint64_t>(inWidth, l.width - x)) : 1;
-    for (uint32_t row = 0; row < window.height; row += group) {
-        const uint32_t rows = std::min(group, window.height - row);
-        const uint64_t y = (uint64_t{window.y} + row) * k;
-        const uint32_t validH =
-            y < l.height ? static_cast<uint32_t>(std::min<uint64_t>(rows * k, l.height - y)) : 1;
-        if (const LT_STATUS status =
-                reader.readRect(static_cast<uint32_t>(std::min<uint64_t>(x, l.width - 1)),
-                                static_cast<uint32_t>(std::min<uint64_t>(y, l.height - 1)),
-                                static_cast<uint32_t>(inWidth), rows * k, in))
-            return status;
-        AverageDown(in, validW, validH, k, buffer, row, window.width, rows);
+    try {
+        if (k == 1)
+            return reader.readRect(window.x, window.y, window.width, window.height, buffer);
+        return ReadAveraged(reader, {window.x, window.y, window.width, window.height, k}, buffer);
+    } catch (const std::bad_alloc &) {
+        // Working rows are bounded, but a single row of a very wide image may still not fit.
+        return setLastStatus(LT_STS_OutOfMemory, "no memory for the rows of a " +
+                                                     std::to_string(window.width) +
+                                                     "-pixel-wide scene");
     }
-    return LT_STS_Success;
 }
 
 } // namespace

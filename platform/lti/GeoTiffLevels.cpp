@@ -1,8 +1,6 @@
-// Window reads of one resolution level through the TIFF library's loader, and averaging to
-// coarser scales.
+// Window reads of one resolution level through the TIFF library's loader.
 #include "GeoTiffLevels.h"
 
-#include "LTIUtils.h"
 #include "SampleOps.h"
 
 #include "shr/Strings.h"
@@ -10,7 +8,6 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 namespace LizardTech {
@@ -58,37 +55,6 @@ void UnpackRow(const uint8_t *in, uint8_t *out, uint64_t samples, uint16_t bits)
         const uint64_t bit = i * bits;
         const unsigned shift = 8 - bits - static_cast<unsigned>(bit % 8);
         out[i] = static_cast<uint8_t>((in[bit / 8] >> shift) & mask);
-    }
-}
-
-template <class T>
-void AveragePlane(const LTISceneBuffer &in, uint16_t band, uint32_t inWidth, uint32_t inHeight,
-                  uint32_t k, LTISceneBuffer &out, uint32_t outRow, uint32_t outWidth,
-                  uint32_t outHeight, double lo, double hi) {
-    std::vector<double> sums(outWidth);
-    for (uint32_t oy = 0; oy < outHeight; ++oy) {
-        const uint32_t y0 = std::min(oy * k, inHeight - 1);
-        const uint32_t y1 = std::max(y0 + 1, std::min((oy + 1) * k, inHeight));
-        std::fill(sums.begin(), sums.end(), 0.0);
-        for (uint32_t y = y0; y < y1; ++y) {
-            const T *src = reinterpret_cast<const T *>(in.getRow(band, y));
-            for (uint32_t ox = 0; ox < outWidth; ++ox) {
-                const uint32_t x0 = std::min(ox * k, inWidth - 1);
-                const uint32_t x1 = std::max(x0 + 1, std::min((ox + 1) * k, inWidth));
-                double s = 0.0;
-                for (uint32_t x = x0; x < x1; ++x)
-                    s += static_cast<double>(src[x]);
-                sums[ox] += s / (x1 - x0);
-            }
-        }
-        T *dst = reinterpret_cast<T *>(out.getRow(band, outRow + oy));
-        for (uint32_t ox = 0; ox < outWidth; ++ox) {
-            const double mean = sums[ox] / (y1 - y0);
-            if constexpr (std::is_floating_point_v<T>)
-                dst[ox] = static_cast<T>(mean); // NaN and infinities stay what they are
-            else
-                dst[ox] = detail::ClampTo<T>(mean, lo, hi);
-        }
     }
 }
 
@@ -161,17 +127,6 @@ void GeoTiffLevelReader::repeatEdges(uint32_t availW, uint32_t availH, uint32_t 
                 std::memcpy(dst + size_t{col} * bytes, dst + size_t{availW - 1} * bytes, bytes);
         }
     }
-}
-
-void AverageDown(const LTISceneBuffer &in, uint32_t inWidth, uint32_t inHeight, uint32_t k,
-                 LTISceneBuffer &out, uint32_t outRow, uint32_t outWidth, uint32_t outHeight) {
-    const LTIDataType type = in.getPixelProps().getDataType();
-    const double lo = LTIUtils::getTypeMin(type), hi = LTIUtils::getTypeMax(type);
-    for (uint16_t b = 0; b < in.getPixelProps().getNumBands(); ++b)
-        detail::DispatchDataType(type, [&](auto t) {
-            AveragePlane<decltype(t)>(in, b, inWidth, inHeight, k, out, outRow, outWidth, outHeight,
-                                      lo, hi);
-        });
 }
 
 } // namespace LizardTech

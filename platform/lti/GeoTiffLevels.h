@@ -33,6 +33,7 @@ public:
     // on. Columns and rows beyond the level repeat its last column and row.
     LT_STATUS readRect(uint32_t x, uint32_t y, uint32_t width, uint32_t height, LTISceneBuffer &out,
                        uint32_t outRow = 0);
+    const tiff::TiffImageInfo &info() const { return level_.layout.info; }
 
 private:
     std::string levelName() const;
@@ -45,10 +46,5 @@ private:
     tiff::CTiffReader &file_;
     const GeoTiffPixelMap &map_;
 };
-
-// Averages `in` (k × k level pixels per output pixel, the last ones possibly partial: the
-// rectangle holds `inWidth` × `inHeight` valid pixels) into rows `outRow`... of `out`.
-void AverageDown(const LTISceneBuffer &in, uint32_t inWidth, uint32_t inHeight, uint32_t k,
-                 LTISceneBuffer &out, uint32_t outRow, uint32_t outWidth, uint32_t outHeight);
 
 } // namespace LizardTech

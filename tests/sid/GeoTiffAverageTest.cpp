@@ -1,0 +1,201 @@
+// Reductions the GeoTIFF engine averages (no overview matches): every output pixel against the
+// block mean computed here, over sample types, partial blocks at the right and bottom edges,
+// windows inside the image, and rows too wide for one output row to be read at once.
+#include "SidIO.h"
+
+#include "TestFiles.h"
+#include "TiffBuilder.h"
+
+#include "lti/MrSIDImageReader.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <limits>
+
+using namespace LizardTech;
+using sidtest::TiffBuilder;
+
+namespace {
+
+// A well-mixed value for pixel (x, y), band b.
+uint32_t Mix(uint32_t x, uint32_t y, uint32_t b) {
+    uint32_t h = x * 0x9E3779B1u ^ (y + 0x7F4A7C15u) * 0x85EBCA77u ^ b * 0xC2B2AE3Du;
+    h ^= h >> 15;
+    h *= 0x2C1B3C6Du;
+    return h ^ (h >> 13);
+}
+
+struct AverageCase {
+    const char *name;
+    uint32_t width, height;
+    uint16_t samples, bits, photometric, sampleFormat;
+    uint32_t rowsPerStrip;
+    // The stored sample (band b of pixel x, y) as the file holds it, in a double.
+    std::function<double(uint32_t x, uint32_t y, uint32_t b)> stored;
+};
+
+double Float64Sample(uint32_t x, uint32_t y, uint32_t b) {
+    const uint32_t m = Mix(x, y, b);
+    if (m % 4099 == 0)
+        return std::numeric_limits<double>::quiet_NaN();
+    if (m % 5003 == 0)
+        return -std::numeric_limits<double>::infinity();
+    return (m % 2000001) / 8.0 - 125000.0;
+}
+
+// A 16-entry colour map: red, green, blue planes.
+std::vector<uint16_t> Palette() {
+    std::vector<uint16_t> map(48);
+    for (uint32_t i = 0; i < map.size(); ++i)
+        map[i] = static_cast<uint16_t>(Mix(i, 7, 1));
+    return map;
+}
+
+const AverageCase kCases[] = {
+    {"uint16 odd size", 1031, 517, 1, 16, 1, 1, 9,
+     [](uint32_t x, uint32_t y, uint32_t) { return double(Mix(x, y, 0) & 0xFFFF); }},
+    {"int8 tall", 301, 1500, 1, 8, 1, 2, 64,
+     [](uint32_t x, uint32_t y, uint32_t) { return double(int(Mix(x, y, 0) % 256) - 128); }},
+    {"palette 4-bit", 1101, 300, 1, 4, 3, 1, 16,
+     [](uint32_t x, uint32_t y, uint32_t) { return double(Mix(x, y, 0) % 16); }},
+    // Rows of 144,000 bytes: one output row at a reduction of 32 needs more level rows than
+    // are read at a time.
+    {"float64 two bands wide", 9000, 70, 2, 64, 1, 3, 5, Float64Sample},
+};
+
+void PutSample(std::string &out, const AverageCase &c, double v) {
+    if (c.sampleFormat == 3) {
+        uint64_t bits;
+        std::memcpy(&bits, &v, 8);
+        TiffBuilder().Put(out, bits, 8);
+    } else {
+        TiffBuilder().Put(out, static_cast<uint64_t>(static_cast<int64_t>(v)), c.bits / 8);
+    }
+}
+
+std::string BuildImage(const AverageCase &c) {
+    TiffBuilder b;
+    b.Image(c.width, c.height, c.samples, c.bits, c.photometric, c.rowsPerStrip);
+    if (c.sampleFormat != 1)
+        b.Short(339, std::vector<uint16_t>(c.samples, c.sampleFormat));
+    if (c.photometric == 3)
+        b.Short(320, Palette());
+    for (uint32_t top = 0; top < c.height; top += c.rowsPerStrip) {
+        std::string strip;
+        for (uint32_t y = top; y < std::min(c.height, top + c.rowsPerStrip); ++y) {
+            for (uint32_t x = 0; x < c.width; ++x) {
+                if (c.bits == 4) { // two pixels a byte, high nibble first
+                    const int nibble = static_cast<int>(c.stored(x, y, 0));
+                    if (x % 2 == 0)
+                        strip.push_back(static_cast<char>(nibble << 4));
+                    else
+                        strip.back() = static_cast<char>(strip.back() | nibble);
+                    continue;
+                }
+                for (uint32_t s = 0; s < c.samples; ++s)
+                    PutSample(strip, c, c.stored(x, y, s));
+            }
+        }
+        b.Strip(strip);
+    }
+    return b.Build();
+}
+
+// The engine's value of band b at a level pixel (palette indices become colours).
+double EngineValue(const AverageCase &c, uint32_t x, uint32_t y, uint32_t b) {
+    static const std::vector<uint16_t> palette = Palette();
+    const double v = c.stored(x, y, c.photometric == 3 ? 0 : b);
+    return c.photometric == 3 ? palette[b * 16 + static_cast<uint32_t>(v)] : v;
+}
+
+// The mean of the k × k block behind output pixel (ox, oy), clipped to the image: the mean of
+// each row's mean.
+double BlockMean(const AverageCase &c, uint32_t k, uint32_t ox, uint32_t oy, uint32_t b) {
+    const uint32_t x0 = ox * k, x1 = std::min(x0 + k, c.width);
+    const uint32_t y0 = oy * k, y1 = std::min(y0 + k, c.height);
+    double rows = 0.0;
+    for (uint32_t y = y0; y < y1; ++y) {
+        double row = 0.0;
+        for (uint32_t x = x0; x < x1; ++x)
+            row += EngineValue(c, x, y, b);
+        rows += row / (x1 - x0);
+    }
+    return rows / (y1 - y0);
+}
+
+// The sample at output pixel (ox, oy) of band b of `buffer`, as a double.
+double BufferValue(const LTISceneBuffer &buffer, uint32_t ox, uint32_t oy, uint16_t b) {
+    const uint8_t *row = buffer.getRow(b, oy);
+    switch (buffer.getPixelProps().getDataType()) {
+    case LTI_DATATYPE_UINT16:
+        return reinterpret_cast<const uint16_t *>(row)[ox];
+    case LTI_DATATYPE_SINT8:
+        return reinterpret_cast<const int8_t *>(row)[ox];
+    case LTI_DATATYPE_FLOAT64:
+        return reinterpret_cast<const double *>(row)[ox];
+    default:
+        ADD_FAILURE() << "unexpected data type";
+        return 0;
+    }
+}
+
+// The block mean as the engine's data type holds it: integers rounded half away from zero.
+double Expected(const LTISceneBuffer &buffer, double mean) {
+    if (buffer.getPixelProps().getDataType() == LTI_DATATYPE_FLOAT64)
+        return mean;
+    return mean < 0 ? std::ceil(mean - 0.5) : std::floor(mean + 0.5);
+}
+
+bool SameValue(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
+// Scenes at `k`: the whole image, one reaching the bottom-right corner from an odd position,
+// and a single row through the middle.
+std::vector<LTIScene> ScenesAt(uint32_t width, uint32_t height, uint32_t k) {
+    const double mag = 1.0 / k;
+    return {LTIScene(0, 0, width, height, mag),
+            LTIScene(width / 3 | 1, height / 2 | 1, width - (width / 3 | 1),
+                     height - (height / 2 | 1), mag),
+            LTIScene(width / 5, height / 2, width - width / 5, 1, mag)};
+}
+
+TEST(GeoTiffAverage, EveryOutputPixelIsTheMeanOfItsClippedBlock) {
+    for (const auto &c : kCases) {
+        SidIO stream(sidtest::Wide(sidtest::WriteScratch("average-case.tif", BuildImage(c))), true);
+        MrSIDImageReader *reader = MrSIDImageReader::create();
+        ASSERT_EQ(reader->initialize(&stream, nullptr, MRSID_MEMORY_USAGE_DEFAULT,
+                                     MRSID_STREAM_USAGE_CREATE),
+                  LT_STS_Success)
+            << c.name;
+        for (uint32_t k = 2; 1.0 / k >= reader->getMinMagnification(); k *= 2) {
+            lt_uint32 width = 0, height = 0;
+            reader->getDimsAtMag(1.0 / k, width, height);
+            for (const LTIScene &scene : ScenesAt(width, height, k)) {
+                const auto x0 = static_cast<uint32_t>(scene.getUpperLeftCol());
+                const auto y0 = static_cast<uint32_t>(scene.getUpperLeftRow());
+                const auto w = static_cast<uint32_t>(scene.getNumCols());
+                const auto h = static_cast<uint32_t>(scene.getNumRows());
+                LTISceneBuffer buffer(reader->getPixelProps(), w, h);
+                ASSERT_EQ(reader->read(scene, buffer), LT_STS_Success) << c.name << " k " << k;
+                int mismatches = 0;
+                for (uint16_t b = 0; b < reader->getNumBands(); ++b)
+                    for (uint32_t oy = 0; oy < h; ++oy)
+                        for (uint32_t ox = 0; ox < w; ++ox) {
+                            const double want =
+                                Expected(buffer, BlockMean(c, k, x0 + ox, y0 + oy, b));
+                            const double got = BufferValue(buffer, ox, oy, b);
+                            if (!SameValue(got, want) && ++mismatches <= 3)
+                                ADD_FAILURE() << c.name << " k " << k << " pixel " << x0 + ox << ","
+                                              << y0 + oy << " band " << b << ": " << got
+                                              << " instead of " << want;
+                        }
+                EXPECT_EQ(mismatches, 0) << c.name << " k " << k << " scene at " << x0 << "," << y0;
+            }
+        }
+        reader->release();
+    }
+}
+
+} // namespace
