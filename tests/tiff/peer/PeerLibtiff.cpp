@@ -174,14 +174,14 @@ std::vector<uint16_t> LibtiffShorts(const std::string &path, unsigned dir, uint3
 namespace {
 
 // Copies the samples of one strip or tile out of the raster in libtiff's chunk layout.
-void Extract(const Raster &image, const WriteSpec &spec, uint32_t x0, uint32_t y0, uint16_t plane,
+void Extract(const Raster &image, const WriteLayout &layout, uint32_t x0, uint32_t y0, uint16_t plane,
              std::vector<unsigned char> &chunk) {
-    const bool separate = spec.planar == PLANARCONFIG_SEPARATE && image.spp > 1;
+    const bool separate = layout.planar == PLANARCONFIG_SEPARATE && image.spp > 1;
     const uint32_t samples = separate ? 1 : image.spp;
-    const uint32_t width = spec.tiled ? spec.chunkWidth : image.width;
+    const uint32_t width = layout.tiled ? layout.chunkWidth : image.width;
     const uint64_t rowBits = (uint64_t{width} * samples * image.bps + 7) / 8 * 8;
     std::fill(chunk.begin(), chunk.end(), 0);
-    for (uint32_t r = 0; r < spec.chunkHeight && y0 + r < image.height; ++r)
+    for (uint32_t r = 0; r < layout.chunkHeight && y0 + r < image.height; ++r)
         for (uint32_t c = 0; c < width && x0 + c < image.width; ++c)
             for (uint32_t s = 0; s < samples; ++s)
                 CopySample(image.bytes.data(),
@@ -189,41 +189,41 @@ void Extract(const Raster &image, const WriteSpec &spec, uint32_t x0, uint32_t y
                            r * rowBits + (uint64_t{c} * samples + s) * image.bps, image.bps);
 }
 
-bool SetFields(TIFF *t, const WriteSpec &spec, const Raster &image) {
+bool SetFields(TIFF *t, const WriteLayout &layout, const Raster &image) {
     bool ok = TIFFSetField(t, TIFFTAG_IMAGEWIDTH, image.width) &&
               TIFFSetField(t, TIFFTAG_IMAGELENGTH, image.height) &&
               TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, image.spp) &&
               TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, image.bps) &&
-              TIFFSetField(t, TIFFTAG_SAMPLEFORMAT, spec.sampleFormat) &&
-              TIFFSetField(t, TIFFTAG_PLANARCONFIG, spec.planar) &&
+              TIFFSetField(t, TIFFTAG_SAMPLEFORMAT, layout.sampleFormat) &&
+              TIFFSetField(t, TIFFTAG_PLANARCONFIG, layout.planar) &&
               TIFFSetField(t, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK) &&
-              TIFFSetField(t, TIFFTAG_COMPRESSION, spec.compression);
+              TIFFSetField(t, TIFFTAG_COMPRESSION, layout.compression);
     if (image.spp > 1) {
         const std::vector<uint16_t> extra(image.spp - 1, EXTRASAMPLE_UNSPECIFIED);
         ok = ok && TIFFSetField(t, TIFFTAG_EXTRASAMPLES, image.spp - 1, extra.data());
     }
-    if (spec.predictor != 1)
-        ok = ok && TIFFSetField(t, TIFFTAG_PREDICTOR, spec.predictor);
-    if (spec.tiled)
-        return ok && TIFFSetField(t, TIFFTAG_TILEWIDTH, spec.chunkWidth) &&
-               TIFFSetField(t, TIFFTAG_TILELENGTH, spec.chunkHeight);
-    return ok && TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, spec.chunkHeight);
+    if (layout.predictor != 1)
+        ok = ok && TIFFSetField(t, TIFFTAG_PREDICTOR, layout.predictor);
+    if (layout.tiled)
+        return ok && TIFFSetField(t, TIFFTAG_TILEWIDTH, layout.chunkWidth) &&
+               TIFFSetField(t, TIFFTAG_TILELENGTH, layout.chunkHeight);
+    return ok && TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, layout.chunkHeight);
 }
 
-bool WriteChunks(TIFF *t, const WriteSpec &spec, const Raster &image) {
-    const uint32_t planes = spec.planar == PLANARCONFIG_SEPARATE ? image.spp : 1;
-    const uint32_t stepX = spec.tiled ? spec.chunkWidth : image.width;
-    std::vector<unsigned char> chunk(spec.tiled ? TIFFTileSize(t) : TIFFStripSize(t));
+bool WriteChunks(TIFF *t, const WriteLayout &layout, const Raster &image) {
+    const uint32_t planes = layout.planar == PLANARCONFIG_SEPARATE ? image.spp : 1;
+    const uint32_t stepX = layout.tiled ? layout.chunkWidth : image.width;
+    std::vector<unsigned char> chunk(layout.tiled ? TIFFTileSize(t) : TIFFStripSize(t));
     for (uint16_t plane = 0; plane < planes; ++plane) {
-        for (uint32_t y = 0; y < image.height; y += spec.chunkHeight) {
+        for (uint32_t y = 0; y < image.height; y += layout.chunkHeight) {
             for (uint32_t x = 0; x < image.width; x += stepX) {
-                Extract(image, spec, x, y, plane, chunk);
+                Extract(image, layout, x, y, plane, chunk);
                 // libtiff byte-swaps the buffer in place for big-endian files; it is refilled
                 // for every chunk.
                 const tmsize_t size =
-                    spec.tiled ? TIFFTileSize(t)
-                               : TIFFVStripSize(t, std::min(spec.chunkHeight, image.height - y));
-                const tmsize_t n = spec.tiled
+                    layout.tiled ? TIFFTileSize(t)
+                               : TIFFVStripSize(t, std::min(layout.chunkHeight, image.height - y));
+                const tmsize_t n = layout.tiled
                                        ? TIFFWriteEncodedTile(t, TIFFComputeTile(t, x, y, 0, plane),
                                                               chunk.data(), size)
                                        : TIFFWriteEncodedStrip(t, TIFFComputeStrip(t, y, plane),
@@ -238,7 +238,7 @@ bool WriteChunks(TIFF *t, const WriteSpec &spec, const Raster &image) {
 
 } // namespace
 
-bool LibtiffWrite(const std::string &path, const char *mode, const WriteSpec &spec,
+bool LibtiffWrite(const std::string &path, const char *mode, const WriteLayout &layout,
                   const std::vector<Raster> &images, std::string &error) {
     g_lastMessage.clear();
     TiffPtr tif = OpenTiff(path, mode);
@@ -247,7 +247,7 @@ bool LibtiffWrite(const std::string &path, const char *mode, const WriteSpec &sp
         return false;
     }
     for (const Raster &image : images) {
-        if (!SetFields(tif.get(), spec, image) || !WriteChunks(tif.get(), spec, image) ||
+        if (!SetFields(tif.get(), layout, image) || !WriteChunks(tif.get(), layout, image) ||
             !TIFFWriteDirectory(tif.get())) {
             error = "libtiff cannot write: " + g_lastMessage;
             return false;

@@ -60,7 +60,7 @@ bool LibtiffRead(const std::string &path, unsigned dir, Raster &out, std::string
 unsigned LibtiffDirectoryCount(const std::string &path);
 
 // One image for libtiff to write.
-struct WriteSpec {
+struct WriteLayout {
     uint16_t compression = 1;
     uint16_t predictor = 1;
     uint16_t planar = 1;
@@ -71,7 +71,7 @@ struct WriteSpec {
 };
 // Writes each raster as one directory with libtiff, which is opened with `mode` ("wl", "wb",
 // "w8l", "w8b"); false with libtiff's last message.
-bool LibtiffWrite(const std::string &path, const char *mode, const WriteSpec &spec,
+bool LibtiffWrite(const std::string &path, const char *mode, const WriteLayout &layout,
                   const std::vector<Raster> &images, std::string &error);
 
 // Decodes the whole image with our reader and loader; false with the reader's error record.

@@ -169,10 +169,10 @@ TEST_P(WrittenPeer, MatchesWhatWasWritten) {
     const std::vector<peer::Raster> images = {MakeImage(c, c.width, c.height, 1),
                                               MakeImage(c, c.width / 2 + 1, c.height / 2 + 1, 2)};
     const std::string path = peer::ScratchDir() + "/" + CaseName(c) + ".tif";
-    peer::WriteSpec spec{c.compression, c.predictor,  c.samples.planar, c.format.sampleFormat,
+    peer::WriteLayout layout{c.compression, c.predictor,  c.samples.planar, c.format.sampleFormat,
                          c.tiled,       c.chunkWidth, c.chunkHeight};
     std::string message;
-    ASSERT_TRUE(peer::LibtiffWrite(path, c.container.mode, spec, images, message)) << message;
+    ASSERT_TRUE(peer::LibtiffWrite(path, c.container.mode, layout, images, message)) << message;
 
     tiff::CTiffReader reader;
     ASSERT_TRUE(reader.Open(peer::Wide(path)));
@@ -187,8 +187,9 @@ TEST_P(WrittenPeer, MatchesWhatWasWritten) {
         // byte-swapped; such files are compared with what libtiff reads from them.
         const bool writerSwapsFirst = c.container.bigEndian && c.predictor == 3;
         const peer::Raster &expected = writerSwapsFirst ? theirs : images[d];
-        if (!writerSwapsFirst)
+        if (!writerSwapsFirst) {
             ASSERT_TRUE(theirs.bytes == images[d].bytes) << "libtiff does not read back its image";
+        }
         tiff::TiffImageLoader loader(reader);
         ASSERT_TRUE(loader.Open(d));
         peer::LibtiffLayout layout;
@@ -225,10 +226,10 @@ TEST(WrittenPeerLarge, SingleUncompressedStrips) {
         SCOPED_TRACE(CaseName(c));
         const peer::Raster image = MakeImage(c, c.width, c.height, 3);
         const std::string path = peer::ScratchDir() + "/large_" + CaseName(c) + ".tif";
-        peer::WriteSpec spec{c.compression, c.predictor,  c.samples.planar, c.format.sampleFormat,
+        peer::WriteLayout layout{c.compression, c.predictor,  c.samples.planar, c.format.sampleFormat,
                              c.tiled,       c.chunkWidth, c.chunkHeight};
         std::string message;
-        ASSERT_TRUE(peer::LibtiffWrite(path, c.container.mode, spec, {image}, message)) << message;
+        ASSERT_TRUE(peer::LibtiffWrite(path, c.container.mode, layout, {image}, message)) << message;
         peer::Raster ours;
         shr::ErrorRecord error;
         ASSERT_TRUE(peer::OurRead(path, 0, ours, error)) << error.code;
