@@ -145,7 +145,7 @@ private:
 class PngSink final : public RowSink {
 public:
     PngSink(std::FILE *file, uint32_t width, uint32_t height, int32_t format)
-        : file_(file), width_(width), format_(format) {
+        : file_(file) {
         png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
         info_ = png_ ? png_create_info_struct(png_) : nullptr;
         if (!info_ || setjmp(png_jmpbuf(png_))) {
@@ -192,8 +192,6 @@ public:
 
 private:
     std::FILE *file_;
-    uint32_t width_;
-    int32_t format_;
     png_structp png_ = nullptr;
     png_infop info_ = nullptr;
     bool failed_ = false;

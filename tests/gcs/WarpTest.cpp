@@ -475,12 +475,14 @@ TEST(WarpTransformer, ExtremeInputsAreRefusedOrFinite) {
                 }
                 for (const Vec2d &pixel : layouts[layout]) {
                     Vec2d p = pixel;
-                    if (transformer.TransformForward(p))
+                    if (transformer.TransformForward(p)) {
                         EXPECT_TRUE(std::isfinite(p.x) && std::isfinite(p.y));
-                    else
+                    } else {
                         EXPECT_FALSE(transformer.GetErrorText().empty());
-                    if (transformer.TransformInverse(p))
+                    }
+                    if (transformer.TransformInverse(p)) {
                         EXPECT_TRUE(std::isfinite(p.x) && std::isfinite(p.y));
+                    }
                 }
             }
         }
