@@ -3,6 +3,8 @@
 
 #include "shr/Path.h"
 
+#include <algorithm>
+#include <bitset>
 #include <cstdint>
 #include <cstring>
 #include <new>
@@ -28,6 +30,9 @@ namespace {
 // The reader refuses longer files; they are left to the stream source, which reports their
 // length, rather than mapped for nothing.
 constexpr uint64_t kMaxMappedLength = 0xFFFFFFFFu;
+// Pages are brought in a block at a time when first read (see PopulateBlock).
+constexpr uint64_t kPopulateBlock = uint64_t{1} << 20;
+constexpr size_t kPopulateBlocks = static_cast<size_t>(kMaxMappedLength / kPopulateBlock + 1);
 
 struct FileMapping {
     const unsigned char *data = nullptr;
@@ -92,6 +97,18 @@ void UnmapFile(const FileMapping &mapping) {
 
 #endif
 
+// A first touch maps in only a few pages around it; asking for a whole block of pages at once
+// saves most of those faults (Linux 5.14 and later). Elsewhere the pages fault in as they are
+// read, and a failure here only leaves them to do so.
+void PopulateBlock(const unsigned char *block, size_t size) {
+#ifdef MADV_POPULATE_READ
+    madvise(const_cast<unsigned char *>(block), size, MADV_POPULATE_READ);
+#else
+    (void)block;
+    (void)size;
+#endif
+}
+
 // Seeks and reads follow the stream source: any position a C stream can seek to is accepted,
 // and reads at or past the end return what is left of the file, possibly nothing.
 class MappedSource final : public TiffSource {
@@ -118,8 +135,10 @@ public:
             return 0;
         const auto left = static_cast<size_t>(mapping_.size - position_);
         const size_t n = size < left ? size : left;
-        if (n != 0)
+        if (n != 0) {
+            Populate(position_, n);
             std::memcpy(dest, mapping_.data + position_, n);
+        }
         position_ += n;
         return n;
     }
@@ -127,12 +146,28 @@ public:
     const unsigned char *View(uint64_t position, size_t size) override {
         if (position > mapping_.size || size > mapping_.size - position)
             return nullptr;
+        if (size != 0)
+            Populate(position, size);
         return mapping_.data + position;
     }
 
 private:
+    // Populates the blocks that hold bytes [position, position + size), once each.
+    void Populate(uint64_t position, size_t size) {
+        const uint64_t last = (position + size - 1) / kPopulateBlock;
+        for (uint64_t block = position / kPopulateBlock; block <= last; ++block) {
+            if (populated_[block])
+                continue;
+            populated_[block] = true;
+            const uint64_t start = block * kPopulateBlock;
+            PopulateBlock(mapping_.data + start,
+                          static_cast<size_t>(std::min(kPopulateBlock, mapping_.size - start)));
+        }
+    }
+
     FileMapping mapping_;
     uint64_t position_ = 0;
+    std::bitset<kPopulateBlocks> populated_;
 };
 
 } // namespace
