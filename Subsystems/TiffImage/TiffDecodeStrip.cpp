@@ -80,19 +80,35 @@ bool Decompress(uint64_t compression, const uint8_t *in, uint32_t compressedSize
 
 } // namespace
 
+StripCoding ReadStripCoding(const TiffDirectory &dir) {
+    StripCoding coding;
+    coding.compression = dir.GetUInt(kTagCompression, kCompressionNone);
+    coding.predictor = static_cast<uint32_t>(dir.GetUInt(kTagPredictor, 1) & 0xFF);
+    coding.bitsPerSample = static_cast<uint32_t>(dir.GetUInt(kTagBitsPerSample, 1));
+    coding.samplesPerPixel = static_cast<uint32_t>(dir.GetUInt(kTagSamplesPerPixel, 1));
+    return coding;
+}
+
 bool ImageDecodeStrip(CTiffReader &reader, const TiffDirectory &dir, uint32_t uiStripOffset,
+                      uint32_t uiScansThisStrip, uint32_t compressedSize, uint32_t decodedSize,
+                      unsigned char *out) {
+    return ImageDecodeStrip(reader, ReadStripCoding(dir), uiStripOffset, uiScansThisStrip,
+                            compressedSize, decodedSize, out);
+}
+
+bool ImageDecodeStrip(CTiffReader &reader, const StripCoding &coding, uint32_t uiStripOffset,
                       uint32_t uiScansThisStrip, uint32_t compressedSize, uint32_t decodedSize,
                       unsigned char *out) {
     if (uiScansThisStrip == 0 || compressedSize == 0 || decodedSize == 0)
         return true;
-    const uint64_t compression = dir.GetUInt(kTagCompression, kCompressionNone);
+    const uint64_t compression = coding.compression;
     if (!IsSupported(compression))
         return Fail(reader, __LINE__, kTiffUnsupported);
-    const auto predictor = static_cast<uint32_t>(dir.GetUInt(kTagPredictor, 1) & 0xFF);
+    const uint32_t predictor = coding.predictor;
 
     PredictorRows rows;
-    rows.bitsPerSample = static_cast<uint32_t>(dir.GetUInt(kTagBitsPerSample, 1));
-    rows.samplesPerPixel = static_cast<uint32_t>(dir.GetUInt(kTagSamplesPerPixel, 1));
+    rows.bitsPerSample = coding.bitsPerSample;
+    rows.samplesPerPixel = coding.samplesPerPixel;
     const uint64_t bitsPerPixel = uint64_t{rows.bitsPerSample} * rows.samplesPerPixel;
     if (bitsPerPixel == 0)
         return Fail(reader, __LINE__, kTiffBadFormat);

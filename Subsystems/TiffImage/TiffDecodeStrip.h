@@ -15,6 +15,15 @@ enum TiffCompression : uint32_t {
     kCompressionDeflateOld = 32946,
 };
 
+// The tags the strip decoder reads, taken from a directory once for all of its strips.
+struct StripCoding {
+    uint64_t compression = kCompressionNone;
+    uint32_t predictor = 1; // low 8 bits of the tag
+    uint32_t bitsPerSample = 1;
+    uint32_t samplesPerPixel = 1;
+};
+StripCoding ReadStripCoding(const TiffDirectory &dir);
+
 // Decodes the strip of `uiScansThisStrip` rows at `uiStripOffset` (`compressedSize` bytes in the
 // file) into `out`, which holds `decodedSize` bytes. Multi-byte samples are left in the file's
 // byte order, except after the floating point predictor, which leaves little-endian values.
@@ -22,6 +31,10 @@ enum TiffCompression : uint32_t {
 // -3 the bytes could not be read, -4 no memory for them, -5 bad data or predictor, -6 an
 // unsupported compression.
 bool ImageDecodeStrip(CTiffReader &reader, const TiffDirectory &dir, uint32_t uiStripOffset,
+                      uint32_t uiScansThisStrip, uint32_t compressedSize, uint32_t decodedSize,
+                      unsigned char *out);
+// The same with the tags read beforehand, as a loader of many strips does.
+bool ImageDecodeStrip(CTiffReader &reader, const StripCoding &coding, uint32_t uiStripOffset,
                       uint32_t uiScansThisStrip, uint32_t compressedSize, uint32_t decodedSize,
                       unsigned char *out);
 

@@ -5,7 +5,6 @@
 #include "TiffChunkGrid.h"
 #include "TiffDecodeStrip.h"
 #include "TiffPixelCopy.h"
-#include "TiffTags.h"
 
 #include <algorithm>
 #include <bit>
@@ -38,15 +37,6 @@ bool IsDecodable(uint16_t compression) {
     }
 }
 
-TiffEntry ShortEntry(uint16_t tag, uint16_t value) {
-    TiffEntry entry;
-    entry.tag = tag;
-    entry.type = kTypeShort;
-    entry.count = 1;
-    std::memcpy(entry.value, &value, sizeof value);
-    return entry;
-}
-
 struct Window {
     uint32_t x, y, w, h;
     unsigned char *out;
@@ -67,8 +57,8 @@ struct TiffImageLoader::State {
     bool open = false;
     TiffImageInfo info;
     TiffChunkGrid grid;
-    // The tags the strip decoder reads, with one sample per pixel for planar images.
-    TiffDirectory decodeDir;
+    // What the strip decoder needs to know, with one sample per pixel for planar images.
+    StripCoding coding;
     bool swapSamples = false;
     bool reverseBits = false;
     size_t cacheLimit = kDefaultCacheLimit;
@@ -98,7 +88,7 @@ void TiffImageLoader::State::Reset() {
     open = false;
     info = TiffImageInfo{};
     grid = TiffChunkGrid{};
-    decodeDir.entries.clear();
+    coding = StripCoding{};
     cache.clear();
     index.clear();
 }
@@ -123,10 +113,7 @@ bool TiffImageLoader::State::Select(unsigned image) {
 
 void TiffImageLoader::State::PrepareDecoding() {
     const uint16_t samplesInBlock = info.IsPlanar() ? 1 : info.samplesPerPixel;
-    decodeDir.entries = {ShortEntry(kTagCompression, info.compression),
-                         ShortEntry(kTagPredictor, info.predictor),
-                         ShortEntry(kTagBitsPerSample, info.bitsPerSample),
-                         ShortEntry(kTagSamplesPerPixel, samplesInBlock)};
+    coding = StripCoding{info.compression, info.predictor, info.bitsPerSample, samplesInBlock};
     reverseBits = info.fillOrder == kFillOrderReversed;
     const unsigned sampleBytes = info.bitsPerSample % 8 == 0 ? info.bitsPerSample / 8 : 1;
     // The floating point predictor leaves little-endian values; everything else is left in
@@ -146,7 +133,7 @@ bool TiffImageLoader::State::DecodeBlock(const BlockPlan &plan, unsigned char *d
         std::memset(dest, 0, plan.decodedSize);
         return true;
     }
-    if (!ImageDecodeStrip(reader, decodeDir, static_cast<uint32_t>(plan.offset), plan.rows,
+    if (!ImageDecodeStrip(reader, coding, static_cast<uint32_t>(plan.offset), plan.rows,
                           plan.compressedSize, plan.decodedSize, dest))
         return false;
     if (reverseBits)

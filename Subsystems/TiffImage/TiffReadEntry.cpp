@@ -79,13 +79,15 @@ namespace {
 // Address of value i of an entry, or nullptr when it is not held.
 const unsigned char *ElementAt(const TiffEntry &entry, uint64_t i) {
     const uint32_t size = TiffTypeSize(entry.type);
-    const unsigned char *data = entry.Data();
-    if (size == 0 || data == nullptr || i >= entry.count)
+    if (size == 0 || i >= entry.count)
         return nullptr;
-    const uint64_t held = entry.IsInline() ? (entry.bigTiff ? 8u : 4u) : entry.values.size();
-    if (i >= held / size)
+    // The same test as IsInline, without computing the data size again.
+    const uint64_t field = entry.bigTiff ? 8u : 4u;
+    if (entry.count <= field / size)
+        return entry.value + i * size;
+    if (i >= entry.values.size() / size)
         return nullptr;
-    return data + i * size;
+    return entry.values.data() + i * size;
 }
 
 } // namespace
