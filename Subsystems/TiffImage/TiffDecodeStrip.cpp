@@ -4,6 +4,7 @@
 #include "TiffLzw.h"
 #include "TiffPackBits.h"
 #include "TiffPredictor.h"
+#include "TiffTags.h"
 
 #include <zlib.h>
 
@@ -15,27 +16,9 @@ namespace {
 
 const wchar_t kSourceFile[] = L"Subsystems/TiffImage/TiffDecodeStrip";
 
-constexpr uint16_t kTagBitsPerSample = 258;
-constexpr uint16_t kTagCompression = 259;
-constexpr uint16_t kTagSamplesPerPixel = 277;
-constexpr uint16_t kTagPredictor = 317;
-
 bool Fail(CTiffReader &reader, int line, int32_t code) {
     reader.SetError(kSourceFile, line, code);
     return false;
-}
-
-bool IsSupported(uint64_t compression) {
-    switch (compression) {
-    case kCompressionNone:
-    case kCompressionLzw:
-    case kCompressionDeflate:
-    case kCompressionPackBits:
-    case kCompressionDeflateOld:
-        return true;
-    default:
-        return false;
-    }
 }
 
 // Reads the strip's compressed bytes into a buffer of their own; nullptr with the error set.
@@ -80,6 +63,19 @@ bool Decompress(uint64_t compression, const uint8_t *in, uint32_t compressedSize
 
 } // namespace
 
+bool IsDecodableCompression(uint64_t compression) {
+    switch (compression) {
+    case kCompressionNone:
+    case kCompressionLzw:
+    case kCompressionDeflate:
+    case kCompressionPackBits:
+    case kCompressionDeflateOld:
+        return true;
+    default:
+        return false;
+    }
+}
+
 StripCoding ReadStripCoding(const TiffDirectory &dir) {
     StripCoding coding;
     coding.compression = dir.GetUInt(kTagCompression, kCompressionNone);
@@ -102,7 +98,7 @@ bool ImageDecodeStrip(CTiffReader &reader, const StripCoding &coding, uint32_t u
     if (uiScansThisStrip == 0 || compressedSize == 0 || decodedSize == 0)
         return true;
     const uint64_t compression = coding.compression;
-    if (!IsSupported(compression))
+    if (!IsDecodableCompression(compression))
         return Fail(reader, __LINE__, kTiffUnsupported);
     const uint32_t predictor = coding.predictor;
 

@@ -15,6 +15,9 @@ enum TiffCompression : uint32_t {
     kCompressionDeflateOld = 32946,
 };
 
+// True for the compressions the strip decoder handles.
+bool IsDecodableCompression(uint64_t compression);
+
 // The tags the strip decoder reads, taken from a directory once for all of its strips.
 struct StripCoding {
     uint64_t compression = kCompressionNone;

@@ -24,19 +24,6 @@ constexpr size_t kMaxSpareBlocks = 1024;
 constexpr uint16_t kFillOrderReversed = 2;
 constexpr uint16_t kPredictorFloat = 3;
 
-bool IsDecodable(uint16_t compression) {
-    switch (compression) {
-    case kCompressionNone:
-    case kCompressionLzw:
-    case kCompressionDeflate:
-    case kCompressionPackBits:
-    case kCompressionDeflateOld:
-        return true;
-    default:
-        return false;
-    }
-}
-
 struct Window {
     uint32_t x, y, w, h;
     unsigned char *out;
@@ -99,7 +86,7 @@ bool TiffImageLoader::State::Select(unsigned image) {
         return Fail(__LINE__, kTiffNotOpen);
     if (!DescribeImage(reader, image, info))
         return false;
-    if (!IsDecodable(info.compression))
+    if (!IsDecodableCompression(info.compression))
         return Fail(__LINE__, kTiffUnsupported);
     // Bits stored in reverse order are undone only where no codec reads them first.
     if (info.fillOrder == kFillOrderReversed && info.compression != kCompressionNone)
