@@ -26,7 +26,7 @@ TiffHandle Open(const std::string &path, const char *mode, std::string &message)
 
 } // namespace
 
-bool WriteWithLibtiff(const std::string &path, const ImageSpec &s,
+bool WriteWithLibtiff(const std::string &path, const ImageLayout &s,
                       const std::vector<uint8_t> &pixels, std::string &message) {
     TiffHandle t = Open(path, s.bigEndian ? "wb" : "wl", message);
     if (!t)

@@ -7,7 +7,7 @@
 
 namespace bench {
 
-struct ImageSpec {
+struct ImageLayout {
     uint32_t width = 0;
     uint32_t height = 0;
     uint16_t samples = 1;
@@ -20,8 +20,8 @@ struct ImageSpec {
 };
 
 // Writes `pixels` (rows top to bottom, samples interleaved, machine byte order) as a striped
-// TIFF in the spec's byte order; false with a message on failure.
-bool WriteWithLibtiff(const std::string &path, const ImageSpec &spec,
+// TIFF in the layout's byte order; false with a message on failure.
+bool WriteWithLibtiff(const std::string &path, const ImageLayout &layout,
                       const std::vector<uint8_t> &pixels, std::string &message);
 
 // Decodes every strip of the first directory with TIFFReadEncodedStrip into `image` (strips one

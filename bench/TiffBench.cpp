@@ -21,11 +21,11 @@ namespace {
 
 struct Case {
     const char *name;
-    bench::ImageSpec spec;
+    bench::ImageLayout layout;
 };
 
 // Aerial-like content: smooth terrain, flat water, straight roads and some sensor noise.
-std::vector<uint8_t> MakeImage(const bench::ImageSpec &s) {
+std::vector<uint8_t> MakeImage(const bench::ImageLayout &s) {
     std::vector<double> rowWave(s.height), colWave(s.width);
     for (uint32_t y = 0; y < s.height; ++y)
         rowWave[y] = 60 + 40 * std::sin(y / 97.0) + 15 * std::sin(y / 13.0);
@@ -101,25 +101,25 @@ bool DecodeOurs(const std::string &path, bool stream, std::vector<uint8_t> &imag
     return true;
 }
 
-bool Prepare(const std::string &path, const bench::ImageSpec &spec, std::string &message) {
+bool Prepare(const std::string &path, const bench::ImageLayout &layout, std::string &message) {
     if (std::filesystem::exists(path))
         return true;
     std::printf("  writing %s\n", path.c_str());
     std::fflush(stdout);
-    return bench::WriteWithLibtiff(path, spec, MakeImage(spec), message);
+    return bench::WriteWithLibtiff(path, layout, MakeImage(layout), message);
 }
 
 bool RunCase(const Case &c, const std::string &dir, int runs) {
     const std::string path = dir + "/" + c.name + ".tif";
     std::string message;
-    if (!Prepare(path, c.spec, message)) {
+    if (!Prepare(path, c.layout, message)) {
         std::fprintf(stderr, "%s\n", message.c_str());
         return false;
     }
     const size_t size =
-        size_t{c.spec.width} * c.spec.height * c.spec.samples * c.spec.bitsPerSample / 8;
+        size_t{c.layout.width} * c.layout.height * c.layout.samples * c.layout.bitsPerSample / 8;
     std::vector<uint8_t> ours(size), theirs(size);
-    const bool deflate = c.spec.compression == 8;
+    const bool deflate = c.layout.compression == 8;
     std::vector<std::function<bool()>> decoders = {
         [&] { return DecodeOurs(path, false, ours, message); },
         [&] { return bench::DecodeWithLibtiff(path, theirs, false, message); },
@@ -154,16 +154,16 @@ int main(int argc, char **argv) {
     const char *only = argc > 3 ? argv[3] : nullptr;
     std::filesystem::create_directories(dir);
     // 4800 x 4800 RGB is 65.9 MiB; 6000 x 6000 16-bit gray is 68.7 MiB.
-    const bench::ImageSpec rgb{4800, 4800, 3, 8, 1, 1, 0};
-    const bench::ImageSpec gray16{6000, 6000, 1, 16, 1, 1, 0};
-    const auto with = [](bench::ImageSpec s, uint16_t compression, uint16_t predictor) {
+    const bench::ImageLayout rgb{4800, 4800, 3, 8, 1, 1, 0};
+    const bench::ImageLayout gray16{6000, 6000, 1, 16, 1, 1, 0};
+    const auto with = [](bench::ImageLayout s, uint16_t compression, uint16_t predictor) {
         s.compression = compression;
         s.predictor = predictor;
         return s;
     };
-    bench::ImageSpec smooth = with(rgb, 5, 1);
+    bench::ImageLayout smooth = with(rgb, 5, 1);
     smooth.noiseMask = 0;
-    bench::ImageSpec bigEndian = with(gray16, 5, 2);
+    bench::ImageLayout bigEndian = with(gray16, 5, 2);
     bigEndian.bigEndian = true;
     const Case cases[] = {
         {"lzw-rgb8", with(rgb, 5, 1)},           {"lzw-smooth-rgb8", smooth},
