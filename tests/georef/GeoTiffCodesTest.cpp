@@ -54,21 +54,12 @@ TEST(GeoTIFFProjTypeToCode, FirstRowOfEachMethod) {
 }
 
 TEST(LinearScaleFromPOSCNumber, TableBeforeTheLibrary) {
+    // The module's own table is searched first; these rows differ from the EPSG list or end it.
     const std::pair<int32_t, double> rows[] = {
         {9001, 1.0},
-        {9002, 3.280839895013123},
         {9003, 3.2808333333464565}, // the library's list has 3.2808333333333328
-        {9004, 3.2807080101205774},
         {9005, 3.2808451241291379}, // the library's Clarke's foot differs
-        {9006, 3.2808451241291379},
-        {9007, 4.9710141408202313},
-        {9008, 4.970973864717668},
-        {9009, 4.9709781569493217},
-        {9010, 0.04970973863630402},
-        {9011, 0.049709781565539519},
-        {9012, 1.0936151944636148},
-        {9013, 1.0936150414959789},
-        {9014, 0.54680664916885391},
+        {9006, 3.2808451241291379}, // the Indian foot carries Clarke's value
         {9015, 0.00053995680345572358},
     };
     for (auto [code, value] : rows)
