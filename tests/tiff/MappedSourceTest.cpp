@@ -9,9 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 #ifndef _WIN32
 #include <sys/mman.h>
@@ -262,11 +264,13 @@ Bytes WithLastChunkEndingThePage(Bytes file, bool bigEndian) {
 class GuardPage {
 public:
     explicit GuardPage(size_t) {}
-    bool Follows(const unsigned char *, size_t) const { return true; }
+    bool Guard(const unsigned char *, size_t) { return true; }
 };
 #else
-// An inaccessible page where the next mapping of `size` bytes most likely ends: mappings are
-// placed top-down, so the hole freed just below the reserved page is taken first.
+// Keeps the page after a file mapping unreadable, so that a decoder reading past the end of the
+// file faults. Where the kernel puts the mapping is its own choice: a hole is reserved in front
+// of an inaccessible page before the file is mapped, which top-down placement takes first, and
+// otherwise the page after the mapping is claimed once its place is known.
 class GuardPage {
 public:
     explicit GuardPage(size_t size) {
@@ -274,20 +278,50 @@ public:
         if (p == MAP_FAILED)
             return;
         munmap(p, size);
-        guard_ = static_cast<unsigned char *>(p) + size;
+        reserved_ = static_cast<unsigned char *>(p) + size;
     }
     ~GuardPage() {
-        if (guard_)
-            munmap(guard_, kPage);
+        if (reserved_)
+            munmap(reserved_, kPage);
+        if (claimed_)
+            munmap(claimed_, kPage);
     }
     GuardPage(const GuardPage &) = delete;
     GuardPage &operator=(const GuardPage &) = delete;
-    bool Follows(const unsigned char *data, size_t size) const {
-        return guard_ != nullptr && data + size == guard_;
+
+    // True when the page after data[0, size) cannot be read.
+    bool Guard(const unsigned char *data, size_t size) {
+        auto *end = const_cast<unsigned char *>(data + size);
+        if (end == reserved_)
+            return true;
+        void *p = mmap(end, kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE,
+                       -1, 0);
+        if (p == end) {
+            claimed_ = end;
+            return true;
+        }
+        if (p != MAP_FAILED) // a kernel without the flag took it as a hint
+            munmap(p, kPage);
+        return !Readable(end);
     }
 
 private:
-    unsigned char *guard_ = nullptr;
+    static bool Readable(const unsigned char *page) {
+        const auto at = reinterpret_cast<uintptr_t>(page);
+        std::ifstream maps("/proc/self/maps");
+        std::string line;
+        while (std::getline(maps, line)) {
+            unsigned long long from = 0, to = 0;
+            char perms[5] = {};
+            if (std::sscanf(line.c_str(), "%llx-%llx %4s", &from, &to, perms) == 3 && at >= from &&
+                at < to)
+                return perms[0] == 'r';
+        }
+        return false;
+    }
+
+    unsigned char *reserved_ = nullptr;
+    unsigned char *claimed_ = nullptr;
 };
 #endif
 
@@ -350,7 +384,7 @@ TEST(FileSource, ImagesLoadAlikeThroughEverySource) {
         const uint64_t end = bytes.size();
         for (Via via : {Via::Memory, Via::Stream, Via::Mapped, Via::OpenFile}) {
             SCOPED_TRACE(static_cast<int>(via));
-            const GuardPage guard(bytes.size());
+            GuardPage guard(bytes.size());
             CTiffReader reader;
             ASSERT_TRUE(reader.Open(OpenVia(via, file, bytes), file.Wide()));
             EXPECT_EQ(reader.FileLength(), end);
@@ -358,7 +392,10 @@ TEST(FileSource, ImagesLoadAlikeThroughEverySource) {
             const unsigned char *view = reader.ViewBytes(0, bytes.size());
             EXPECT_EQ(view == nullptr, via == Via::Stream);
             if (via == Via::Mapped || via == Via::OpenFile) {
-                EXPECT_TRUE(guard.Follows(view, bytes.size())) << "the mapping is not guarded";
+                // Only another readable mapping right after ours can leave it unguarded.
+                if (!guard.Guard(view, bytes.size()))
+                    std::printf("note: the page after the %s mapping is in use; unguarded\n",
+                                ic.name);
             }
             tiff::TiffImageLoader loader(reader);
             ASSERT_TRUE(loader.Open(0)) << reader.ErrorCode();
