@@ -1,4 +1,5 @@
-// Fuzz target: the TIFF container reader, tag lookup and the image loader over arbitrary bytes.
+// Fuzz target: the TIFF container reader (SubIFDs too), tag lookup and the image loader over
+// arbitrary bytes.
 #include "Subsystems/TiffImage/TiffImageLoad.h"
 #include "Subsystems/TiffImage/TiffImageRead.h"
 #include "Subsystems/TiffImage/TiffUtil.h"
@@ -63,5 +64,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     for (unsigned i = 0; i < std::min(images, kMaxImages); ++i)
         LoadImage(file.Reader(), i);
+    // The SubIFDs of the first images, and the images they hold.
+    tiff::CTiffReader &reader = file.Reader();
+    for (unsigned i = 0; i < std::min(images, kMaxImages); ++i)
+        reader.ReadSubDirectories(i);
+    const auto all = static_cast<unsigned>(reader.Directories().size());
+    for (unsigned i = images; i < std::min(all, images + kMaxImages); ++i)
+        LoadImage(reader, i);
     return 0;
 }

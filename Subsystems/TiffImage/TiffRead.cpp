@@ -1,11 +1,12 @@
 // CTiffReader: header, directory chain and out-of-line values of classic TIFF and BigTIFF files.
 #include "TiffRead.h"
 
+#include "TiffTags.h"
 #include "shr/ByteSwap.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
-#include <unordered_set>
 
 namespace tiff {
 namespace {
@@ -97,7 +98,44 @@ bool CTiffReader::OpenSource() {
         return false;
     if (firstIfd > kMaxFileLength)
         return Fail(__LINE__, kTiffTooLarge);
-    return ReadDirectoryChain(firstIfd) && LoadAllValues();
+    std::unordered_set<uint64_t> visited;
+    uint64_t totalEntries = 0;
+    return ReadDirectoryChain(firstIfd, -1, visited, totalEntries) && LoadValues(0);
+}
+
+bool CTiffReader::ReadSubDirectories(unsigned parent) {
+    if (!source_)
+        return Fail(__LINE__, kTiffNotOpen);
+    if (parent >= directories_.size())
+        return Fail(__LINE__, kTiffBadFormat);
+    const TiffEntry *subIfds = directories_[parent].Find(kTagSubIfds);
+    if (subIfds == nullptr)
+        return true;
+    const uint16_t type = subIfds->type;
+    if (type != kTypeLong && type != kTypeIfd && type != kTypeLong8 && type != kTypeIfd8)
+        return Fail(__LINE__, kTiffBadFormat);
+    std::unordered_set<uint64_t> visited;
+    uint64_t totalEntries = 0;
+    for (const TiffDirectory &dir : directories_) {
+        visited.insert(dir.offset);
+        totalEntries += dir.entries.size();
+    }
+    const size_t first = directories_.size();
+    bool ok = true;
+    try {
+        for (uint64_t i = 0; ok && i < subIfds->count; ++i) {
+            const uint64_t offset = subIfds->GetUInt(i);
+            if (offset < 8)
+                ok = Fail(__LINE__, kTiffBadFormat);
+            else
+                ok =
+                    ReadDirectoryChain(offset, static_cast<int32_t>(parent), visited, totalEntries);
+        }
+        ok = LoadValues(first) && ok;
+    } catch (const std::bad_alloc &) {
+        ok = Fail(__LINE__, kTiffNoMemory);
+    }
+    return ok;
 }
 
 bool CTiffReader::ReadExact(void *dest, size_t size, int line) {
@@ -134,9 +172,9 @@ bool CTiffReader::ReadHeader(uint64_t &firstIfd) {
     return true;
 }
 
-bool CTiffReader::ReadDirectoryChain(uint64_t offset) {
-    std::unordered_set<uint64_t> visited;
-    uint64_t totalEntries = 0;
+bool CTiffReader::ReadDirectoryChain(uint64_t offset, int32_t parent,
+                                     std::unordered_set<uint64_t> &visited,
+                                     uint64_t &totalEntries) {
     for (;;) {
         if (offset >= uiFileLength)
             return Fail(__LINE__, kTiffBadFormat);
@@ -147,6 +185,7 @@ bool CTiffReader::ReadDirectoryChain(uint64_t offset) {
             return Fail(__LINE__, kTiffNoMemory);
         TiffDirectory dir;
         dir.offset = offset;
+        dir.parent = parent;
         uint64_t next = 0;
         if (!ReadDirectory(offset, dir, next, totalEntries))
             return false;
@@ -238,12 +277,19 @@ void CTiffReader::DecodeEntry(const unsigned char *raw, TiffEntry &entry) const 
     entry.rationalHalvesExchanged = bBigEndian && entry.type == kTypeSRational;
 }
 
-bool CTiffReader::LoadAllValues() {
+// Loads the out-of-line values of the directories from `firstDirectory` on, within one budget
+// for the whole file; a directory whose values cannot be loaded is dropped with those after it.
+bool CTiffReader::LoadValues(size_t firstDirectory) {
     uint64_t budget = uiFileLength + kValueBytesSlack;
-    for (auto &dir : directories_) {
-        for (auto &entry : dir.entries) {
-            if (!entry.IsInline() && !LoadEntryValues(entry, budget))
+    for (size_t d = 0; d < firstDirectory; ++d)
+        for (const auto &entry : directories_[d].entries)
+            budget -= std::min<uint64_t>(budget, entry.values.size());
+    for (size_t d = firstDirectory; d < directories_.size(); ++d) {
+        for (auto &entry : directories_[d].entries) {
+            if (!entry.IsInline() && !LoadEntryValues(entry, budget)) {
+                directories_.resize(d);
                 return false;
+            }
         }
     }
     return true;

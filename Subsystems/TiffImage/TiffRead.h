@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace tiff {
@@ -74,6 +75,7 @@ struct TiffEntry {
 
 struct TiffDirectory {
     uint64_t offset = 0; // file offset of the IFD
+    int32_t parent = -1; // the directory whose SubIFDs tag leads here; -1 in the main chain
     std::vector<TiffEntry> entries;
 
     const TiffEntry *Find(uint16_t tag) const;
@@ -107,6 +109,11 @@ public:
     bool IsBigTiff() const { return bigTiff_; }
     const std::vector<TiffDirectory> &Directories() const { return directories_; }
 
+    // Reads the directories that directory `parent`'s SubIFDs tag points to, each with the chain
+    // that follows it, and appends them to Directories(). Directories already read are not read
+    // again. On failure the error is recorded and the directories read before it stay.
+    bool ReadSubDirectories(unsigned parent);
+
     // Reads an entry's out-of-line values into dest (of DataSize bytes), swapped to machine
     // order; true without reading for inline values.
     bool ReadEntryValues(const TiffEntry &entry, unsigned char *dest);
@@ -131,11 +138,12 @@ private:
     bool Fail(int line, int32_t code);
     bool OpenSource();
     bool ReadHeader(uint64_t &firstIfd);
-    bool ReadDirectoryChain(uint64_t offset);
+    bool ReadDirectoryChain(uint64_t offset, int32_t parent, std::unordered_set<uint64_t> &visited,
+                            uint64_t &totalEntries);
     bool ReadDirectory(uint64_t offset, TiffDirectory &dir, uint64_t &next, uint64_t &totalEntries);
     bool ReadEntryCount(uint64_t &count);
     void DecodeEntry(const unsigned char *raw, TiffEntry &entry) const;
-    bool LoadAllValues();
+    bool LoadValues(size_t firstDirectory);
     bool LoadEntryValues(TiffEntry &entry, uint64_t &budget);
     bool ReadExact(void *dest, size_t size, int line);
 

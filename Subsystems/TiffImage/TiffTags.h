@@ -23,6 +23,7 @@ constexpr uint16_t kTagTileWidth = 322;
 constexpr uint16_t kTagTileLength = 323;
 constexpr uint16_t kTagTileOffsets = 324;
 constexpr uint16_t kTagTileByteCounts = 325;
+constexpr uint16_t kTagSubIfds = 330;
 constexpr uint16_t kTagExtraSamples = 338;
 constexpr uint16_t kTagSampleFormat = 339;
 constexpr uint16_t kTagYCbCrSubsampling = 530;

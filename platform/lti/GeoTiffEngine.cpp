@@ -140,7 +140,8 @@ LT_STATUS GeoTiffEngine::addLevel(uint32_t factor, GeoTiffLayout layout) {
 }
 
 // The first full-resolution image is the base; reduced-resolution images of the same samples
-// at power-of-two sizes are its levels (one per factor, the first found).
+// at power-of-two sizes, in the main chain or among the base's SubIFDs, are its levels (one per
+// factor, the first found).
 LT_STATUS GeoTiffEngine::findLevels() {
     const auto count = static_cast<unsigned>(reader_.Directories().size());
     GeoTiffLayout layout;
@@ -158,7 +159,12 @@ LT_STATUS GeoTiffEngine::findLevels() {
     const GeoTiffLayout baseLayout = layout;
     if (const LT_STATUS status = addLevel(1, baseLayout))
         return status;
-    for (unsigned i = 0; i < count; ++i) {
+    // Overviews may also hang off the image as SubIFDs; those that cannot be read are not
+    // offered, and the image still opens.
+    if (!reader_.ReadSubDirectories(base))
+        reader_.SetError(L"", 0, 0);
+    const auto all = static_cast<unsigned>(reader_.Directories().size());
+    for (unsigned i = 0; i < all; ++i) {
         GeoTiffLayout overview;
         if (i == base || DescribeGeoTiffImage(reader_, i, overview) != LT_STS_Success)
             continue;

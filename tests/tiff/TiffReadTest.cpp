@@ -234,6 +234,100 @@ TEST(Reader, LoopFixturesEndCleanly) {
     }
 }
 
+// SubIFDs of directory 0. Directories 1 to 3 are built after it and reached only through its
+// SubIFDs tag (whose values name directories by index, or 0 or an offset past the end) or
+// through each other's next offsets.
+TEST(Reader, SubDirectoriesAppendAfterTheChain) {
+    constexpr int64_t kZeroOffset = -1, kPastEnd = -2;
+    struct Case {
+        const char *name;
+        uint16_t type;
+        std::vector<int64_t> subIfds; // empty: no tag
+        std::vector<int> nexts;       // next of directories 1 to 3; -1 ends the chain
+        bool ok;
+        std::vector<uint64_t> appended; // directory indices read, in order
+        int32_t code;
+    } const cases[] = {
+        {"listed", 13, {1, 2, 3}, {-1, -1, -1}, true, {1, 2, 3}, 0},
+        {"chained from one", 4, {1}, {2, 3, -1}, true, {1, 2, 3}, 0},
+        {"listed and chained", 13, {1, 2}, {2, -1, -1}, true, {1, 2}, 0},
+        {"back into the main chain", 13, {0, 2}, {-1, -1, -1}, true, {2}, 0},
+        {"loop", 13, {1}, {2, 1, -1}, true, {1, 2}, 0},
+        {"none", 13, {}, {-1, -1, -1}, true, {}, 0},
+        {"past the end keeps those before", 13, {1, kPastEnd}, {-1, -1, -1}, false, {1}, -5},
+        {"zero offset", 4, {kZeroOffset}, {-1, -1, -1}, false, {}, -5},
+        {"not an offset type", 3, {1}, {-1, -1, -1}, false, {}, -5},
+    };
+    for (bool bigTiff : {false, true}) {
+        for (const Case &c : cases) {
+            SCOPED_TRACE(std::string(c.name) + (bigTiff ? ", BigTIFF" : ", classic"));
+            const uint16_t type = bigTiff && c.type == 13  ? 18
+                                  : bigTiff && c.type == 4 ? 16
+                                                           : c.type;
+            TiffFileBuilder b(true, bigTiff);
+            for (int i = 0; i < 4; ++i) {
+                auto &d = b.AddDirectory();
+                b.AddUInts(d, 256, 3, {static_cast<uint64_t>(i + 10)});
+                if (i == 0 && !c.subIfds.empty())
+                    b.AddUInts(d, 330, type, std::vector<uint64_t>(c.subIfds.size(), 0));
+            }
+            // Find each directory's offset with all four in the chain, then unlink them.
+            CTiffReader probe;
+            ASSERT_TRUE(OpenBytes(probe, b.Build()));
+            ASSERT_EQ(probe.Directories().size(), 4u);
+            std::vector<uint64_t> values;
+            for (int64_t v : c.subIfds)
+                values.push_back(v == kPastEnd      ? uint64_t{1} << 30
+                                 : v == kZeroOffset ? 0
+                                                    : probe.Directories()[v].offset);
+            if (!c.subIfds.empty()) {
+                b.Dir(0).entries.pop_back();
+                b.AddUInts(b.Dir(0), 330, type, values);
+            }
+            b.Dir(0).overrideNext = true;
+            for (int i = 1; i < 4; ++i) {
+                b.Dir(i).overrideNext = true;
+                b.Dir(i).next = c.nexts[i - 1] < 0 ? 0 : probe.Directories()[c.nexts[i - 1]].offset;
+            }
+            CTiffReader reader;
+            ASSERT_TRUE(OpenBytes(reader, b.Build()));
+            ASSERT_EQ(reader.Directories().size(), 1u);
+            EXPECT_EQ(reader.ReadSubDirectories(0), c.ok);
+            EXPECT_EQ(reader.ErrorCode(), c.code);
+            const auto &dirs = reader.Directories();
+            ASSERT_EQ(dirs.size(), 1 + c.appended.size());
+            EXPECT_EQ(dirs[0].parent, -1);
+            for (size_t i = 0; i < c.appended.size(); ++i) {
+                EXPECT_EQ(dirs[1 + i].parent, 0);
+                EXPECT_EQ(dirs[1 + i].offset, probe.Directories()[c.appended[i]].offset);
+                EXPECT_EQ(dirs[1 + i].GetUInt(256, 0), c.appended[i] + 10);
+            }
+        }
+    }
+}
+
+TEST(Reader, SubDirectoriesOfTheLoopFixture) {
+    CTiffReader reader;
+    const std::string path = std::string(IOSID_TESTDATA) + "/tiff/test_ifd_loop_subifd.tif";
+    ASSERT_TRUE(reader.Open(std::wstring(path.begin(), path.end())));
+    ASSERT_EQ(reader.Directories().size(), 5u);
+    EXPECT_TRUE(reader.ReadSubDirectories(0)); // no SubIFDs tag
+    EXPECT_EQ(reader.Directories().size(), 5u);
+    EXPECT_TRUE(reader.ReadSubDirectories(1));
+    const auto &dirs = reader.Directories();
+    std::vector<uint64_t> offsets;
+    for (size_t i = 5; i < dirs.size(); ++i) {
+        EXPECT_EQ(dirs[i].parent, 1);
+        offsets.push_back(dirs[i].offset);
+    }
+    EXPECT_EQ(offsets, (std::vector<uint64_t>{352, 524, 696}));
+    // Reading them again adds nothing.
+    EXPECT_TRUE(reader.ReadSubDirectories(1));
+    EXPECT_EQ(reader.Directories().size(), 8u);
+    EXPECT_FALSE(reader.ReadSubDirectories(8));
+    EXPECT_EQ(reader.ErrorCode(), -5);
+}
+
 TEST(Reader, VersionDecidesTheLayout) {
     // Version 41 is read as classic; 43 as BigTIFF with 20-byte entries and 8-byte counts.
     TiffFileBuilder classic(false, false);
