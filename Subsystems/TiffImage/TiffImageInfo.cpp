@@ -20,10 +20,11 @@ bool Fail(CTiffReader &reader, int line, int32_t code) {
 // All values of an entry as 16-bit numbers.
 std::vector<uint16_t> ShortValues(const TiffEntry *entry) {
     std::vector<uint16_t> values;
-    if (entry == nullptr || entry->Data() == nullptr)
+    if (entry == nullptr)
         return values;
-    values.reserve(static_cast<size_t>(entry->count));
-    for (uint64_t i = 0; i < entry->count; ++i)
+    const uint64_t held = entry->HeldCount();
+    values.reserve(static_cast<size_t>(held));
+    for (uint64_t i = 0; i < held; ++i)
         values.push_back(static_cast<uint16_t>(entry->GetUInt(i)));
     return values;
 }

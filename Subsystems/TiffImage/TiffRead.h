@@ -65,6 +65,8 @@ struct TiffEntry {
     uint64_t Offset() const; // the value field read as an offset
     // The values, wherever they live; nullptr when out-of-line values were not loaded.
     const unsigned char *Data() const;
+    // How many values can be read: count, or fewer when not all were loaded; 0 for unknown types.
+    uint64_t HeldCount() const;
     // Value i converted to a number; 0 when out of range or not numeric.
     double GetDouble(uint64_t i = 0) const;
     uint64_t GetUInt(uint64_t i = 0) const;

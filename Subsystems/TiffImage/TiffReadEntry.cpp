@@ -1,6 +1,7 @@
 // Field type sizes and the value accessors of directory entries.
 #include "TiffRead.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -76,21 +77,29 @@ const unsigned char *TiffEntry::Data() const {
 
 namespace {
 
+// The same test as IsInline, for a known type size, without computing the data size again.
+bool HoldsInline(const TiffEntry &entry, uint32_t size) {
+    return entry.count <= (entry.bigTiff ? 8u : 4u) / size;
+}
+
 // Address of value i of an entry, or nullptr when it is not held.
 const unsigned char *ElementAt(const TiffEntry &entry, uint64_t i) {
+    if (i >= entry.HeldCount())
+        return nullptr;
     const uint32_t size = TiffTypeSize(entry.type);
-    if (size == 0 || i >= entry.count)
-        return nullptr;
-    // The same test as IsInline, without computing the data size again.
-    const uint64_t field = entry.bigTiff ? 8u : 4u;
-    if (entry.count <= field / size)
-        return entry.value + i * size;
-    if (i >= entry.values.size() / size)
-        return nullptr;
-    return entry.values.data() + i * size;
+    return (HoldsInline(entry, size) ? entry.value : entry.values.data()) + i * size;
 }
 
 } // namespace
+
+uint64_t TiffEntry::HeldCount() const {
+    const uint32_t size = TiffTypeSize(type);
+    if (size == 0)
+        return 0;
+    if (HoldsInline(*this, size))
+        return count;
+    return std::min<uint64_t>(count, values.size() / size);
+}
 
 double TiffEntry::GetDouble(uint64_t i) const {
     const unsigned char *p = ElementAt(*this, i);

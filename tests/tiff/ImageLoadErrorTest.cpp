@@ -190,4 +190,32 @@ TEST(LoadErrors, UncompressedStripsWithoutByteCountsAreSizedFromTheLayout) {
     EXPECT_EQ(image, m.Expected(0, 0, 37, 21));
 }
 
+// A list tag whose values were never loaded (an unknown type, or a count the file cannot hold)
+// is read as holding none, whatever count it claims.
+TEST(LoadErrors, ListTagsClaimingMoreValuesThanHeldReadAsEmpty) {
+    const struct {
+        uint16_t type;
+        uint64_t count;
+    } cases[] = {{99, 0x7FFFFFFF}, {0, 0xFFFFFFFF}, {3, 0x7FFFFFFF}};
+    for (const auto &c : cases) {
+        ImageModel m;
+        m.edit = [&](TiffFileBuilder &b, BuiltDirectory &d) {
+            b.AddRaw(d, 338, c.type, c.count, 8);
+        };
+        CTiffReader reader;
+        const Bytes file = m.Build();
+        if (!reader.Open(tiff::MakeMemorySource(file), L"m")) {
+            // Values the file cannot hold are refused by the reader itself.
+            EXPECT_EQ(c.type, 3) << reader.ErrorCode();
+            continue;
+        }
+        TiffImageLoader loader(reader);
+        ASSERT_TRUE(loader.Open(0)) << c.type;
+        EXPECT_TRUE(loader.Info().extraSamples.empty()) << c.type;
+        Bytes image(37 * 21);
+        ASSERT_TRUE(loader.ReadImage(image.data()));
+        EXPECT_EQ(image, m.Expected(0, 0, 37, 21));
+    }
+}
+
 } // namespace
