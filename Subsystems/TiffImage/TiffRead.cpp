@@ -123,7 +123,7 @@ bool CTiffReader::ReadSubDirectories(unsigned parent) {
     const size_t first = directories_.size();
     bool ok = true;
     try {
-        for (uint64_t i = 0; ok && i < subIfds->count; ++i) {
+        for (uint64_t i = 0; ok && i < subIfds->HeldCount(); ++i) {
             const uint64_t offset = subIfds->GetUInt(i);
             if (offset < 8)
                 ok = Fail(__LINE__, kTiffBadFormat);

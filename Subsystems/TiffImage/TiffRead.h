@@ -75,6 +75,9 @@ struct TiffEntry {
     std::string GetAscii() const;
 };
 
+// Values of an entry that may be missing.
+inline uint64_t HeldCount(const TiffEntry *entry) { return entry ? entry->HeldCount() : 0; }
+
 struct TiffDirectory {
     uint64_t offset = 0; // file offset of the IFD
     int32_t parent = -1; // the directory whose SubIFDs tag leads here; -1 in the main chain

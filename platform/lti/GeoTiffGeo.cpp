@@ -1,8 +1,6 @@
 // GeoKey records and the image-to-model transform (GeoTIFF 1.0, sections 2.6 and 2.7).
 #include "GeoTiffGeo.h"
 
-#include "GeoTiffValues.h"
-
 #include "Subsystems/TiffImage/TiffRead.h"
 #ifdef IOSID_HAVE_GEOREF
 #include "georef/GeoKeyNames.h"
@@ -57,8 +55,8 @@ void AddKey(const tiff::TiffDirectory &dir, const tiff::TiffEntry &keys, uint64_
         return;
     }
     const tiff::TiffEntry *params = dir.Find(static_cast<uint16_t>(location));
-    if (params == nullptr || count == 0 || value > ReadableValueCount(params) ||
-        count > ReadableValueCount(params) - value)
+    if (params == nullptr || count == 0 || value > tiff::HeldCount(params) ||
+        count > tiff::HeldCount(params) - value)
         return;
     if (location == kGeoDoubleParams) {
         std::vector<double> doubles;
@@ -80,9 +78,9 @@ void AddKey(const tiff::TiffDirectory &dir, const tiff::TiffEntry &keys, uint64_
 
 bool IsPixelIsPoint(const tiff::TiffDirectory &dir) {
     const tiff::TiffEntry *keys = dir.Find(kGeoKeyDirectory);
-    if (ReadableValueCount(keys) < 4)
+    if (tiff::HeldCount(keys) < 4)
         return false;
-    const uint64_t n = std::min<uint64_t>(keys->GetUInt(3), ReadableValueCount(keys) / 4 - 1);
+    const uint64_t n = std::min<uint64_t>(keys->GetUInt(3), tiff::HeldCount(keys) / 4 - 1);
     for (uint64_t k = 1; k <= n; ++k)
         if (keys->GetUInt(k * 4) == kRasterTypeKey && keys->GetUInt(k * 4 + 1) == 0)
             return keys->GetUInt(k * 4 + 3) == kRasterPixelIsPoint;
@@ -100,10 +98,10 @@ bool AllFinite(std::initializer_list<double> values) {
 
 void AddGeoKeyRecords(const tiff::TiffDirectory &dir, LTIMetadataDatabase &metadata) {
     const tiff::TiffEntry *keys = dir.Find(kGeoKeyDirectory);
-    if (ReadableValueCount(keys) < 4)
+    if (tiff::HeldCount(keys) < 4)
         return;
     const uint64_t declared = keys->GetUInt(3);
-    const uint64_t available = ReadableValueCount(keys) / 4 - 1;
+    const uint64_t available = tiff::HeldCount(keys) / 4 - 1;
     for (uint64_t k = 1; k <= std::min(declared, available); ++k)
         AddKey(dir, *keys, k * 4, metadata);
 }
@@ -114,7 +112,7 @@ bool GeoCoordFromTags(const tiff::TiffDirectory &dir, LTIGeoCoord &geo) {
     const tiff::TiffEntry *matrix = dir.Find(kModelTransformation);
     if (matrix == nullptr)
         matrix = dir.Find(kIntergraphMatrix);
-    if (ReadableValueCount(matrix) >= 16) {
+    if (tiff::HeldCount(matrix) >= 16) {
         const double a = matrix->GetDouble(0), b = matrix->GetDouble(1), d = matrix->GetDouble(3);
         const double e = matrix->GetDouble(4), f = matrix->GetDouble(5), h = matrix->GetDouble(7);
         if (!AllFinite({a, b, d, e, f, h}))
@@ -124,7 +122,7 @@ bool GeoCoordFromTags(const tiff::TiffDirectory &dir, LTIGeoCoord &geo) {
     }
     const tiff::TiffEntry *scale = dir.Find(kModelPixelScale);
     const tiff::TiffEntry *tie = dir.Find(kModelTiepoint);
-    if (ReadableValueCount(scale) < 2 || ReadableValueCount(tie) < 6)
+    if (tiff::HeldCount(scale) < 2 || tiff::HeldCount(tie) < 6)
         return false;
     const double sx = scale->GetDouble(0), sy = scale->GetDouble(1);
     const double i = tie->GetDouble(0), j = tie->GetDouble(1);

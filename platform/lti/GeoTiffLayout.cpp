@@ -1,8 +1,6 @@
 // Image description through the TIFF library, with the engine's own checks and extras.
 #include "GeoTiffLayout.h"
 
-#include "GeoTiffValues.h"
-
 #include "shr/Strings.h"
 
 #include <string>
@@ -60,7 +58,7 @@ LT_STATUS DescribeGeoTiffImage(tiff::CTiffReader &reader, unsigned directory,
     layout.inkSet = static_cast<uint16_t>(dir.GetUInt(kInkSet, 1));
     const tiff::TiffEntry *smin = dir.Find(kSMinSampleValue);
     const tiff::TiffEntry *smax = dir.Find(kSMaxSampleValue);
-    if (ReadableValueCount(smin) > 0 && ReadableValueCount(smax) > 0 &&
+    if (tiff::HeldCount(smin) > 0 && tiff::HeldCount(smax) > 0 &&
         smin->GetDouble(0) < smax->GetDouble(0)) {
         layout.hasDeclaredRange = true;
         layout.declaredMin = smin->GetDouble(0);
