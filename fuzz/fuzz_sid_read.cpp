@@ -1,6 +1,7 @@
 // Fuzzes SidInterface over the GeoTIFF engine: open a fuzzed file, pick a scale and region
 // from its last bytes, and read every output row in two formats.
 #include "SidInterface.h"
+#include "engines/OpenEngines.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -18,6 +19,8 @@ const std::string &ScratchPath() {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    static const bool registered = (engines::RegisterOpenEngines(), true);
+    (void)registered;
     std::FILE *file = std::fopen(ScratchPath().c_str(), "wb");
     if (file == nullptr)
         return 0;

@@ -32,9 +32,9 @@ GeoKeyKind GeoKeyBundle::GetKind(uint32_t index) const {
     const Entry *entry = At(index);
     if (!entry)
         return kGeoKeyNone;
-    if (entry->location == kGeoDoubleParamsTag)
+    if (entry->location == tiff::kTagGeoDoubleParams)
         return kGeoKeyDouble;
-    if (entry->location == kGeoAsciiParamsTag)
+    if (entry->location == tiff::kTagGeoAsciiParams)
         return kGeoKeyText;
     return kGeoKeyShort;
 }
@@ -129,8 +129,9 @@ uint32_t GeoKeyBundle::AddDoubles(uint16_t keyId, int count, const double *value
     if (doubles_.size() > kMaxStoreOffset || count > 0xFFFF)
         return kNotFound;
     const uint32_t index = InsertEntry(keyId);
-    directory_[index] = Entry{keyId, kGeoDoubleParamsTag, static_cast<uint16_t>(std::max(count, 0)),
-                              static_cast<uint16_t>(doubles_.size())};
+    directory_[index] =
+        Entry{keyId, tiff::kTagGeoDoubleParams, static_cast<uint16_t>(std::max(count, 0)),
+              static_cast<uint16_t>(doubles_.size())};
     if (count >= 1 && values)
         doubles_.insert(doubles_.end(), values, values + count);
     return index;
@@ -144,7 +145,7 @@ uint32_t GeoKeyBundle::AddText(uint16_t keyId, const std::string &text) {
     // More than one character, not "not empty": a single leading character takes no bar.
     if (separator)
         text_.push_back('|');
-    directory_[index] = Entry{keyId, kGeoAsciiParamsTag, static_cast<uint16_t>(text.size()),
+    directory_[index] = Entry{keyId, tiff::kTagGeoAsciiParams, static_cast<uint16_t>(text.size()),
                               static_cast<uint16_t>(text_.size())};
     text_ += text;
     return index;

@@ -1,15 +1,12 @@
 // GeoKeyBundle: an in-memory GeoKey directory with its double and text stores.
 #pragma once
+#include "Subsystems/TiffImage/TiffTags.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace georef {
-
-// TIFF tags of a GeoKey directory and its value stores (GeoTIFF 1.0, section 2.4).
-constexpr uint16_t kGeoKeyDirectoryTag = 34735;
-constexpr uint16_t kGeoDoubleParamsTag = 34736;
-constexpr uint16_t kGeoAsciiParamsTag = 34737;
 
 // What an entry's value is, by its location word.
 enum GeoKeyKind : uint32_t {

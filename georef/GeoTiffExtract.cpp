@@ -100,8 +100,12 @@ bool GeoTiffDecide(GeoTiffParams &p, tiff::TiffImageRead *file, int image, GeoTi
             return false;
         pieces.warp = rebuilt;
     }
-    if (p.GTModelType == kModelGeographic)
+    if (p.GTModelType == kModelProjected)
+        pieces.namedCode = p.ProjectedCSType;
+    if (p.GTModelType == kModelGeographic) {
+        pieces.namedCode = p.GeographicType;
         TakeGeographicSystem(p, pieces);
+    }
     FindDatum(p, pieces);
     if (p.GTModelType == kModelProjected)
         GiveProjectionAnEllipsoid(pieces);
@@ -152,7 +156,7 @@ bool GeoTiffAssemble(const GeoTiffPieces &pieces, gcs::GCSDef &system, shr::Erro
         }
     }
     const gcs::CSList &list = gcs::GCSKnownSystemsList;
-    const int index = list.FindSystem(system, true, false);
+    const int index = list.FindSystem(system, true, false, pieces.namedCode);
     if (index != 0 && list.GetSystem(index)) {
         system.SetPOSC(list.GetSystem(index)->GetPOSC());
         system.SetName(list.GetSystem(index)->GetName());

@@ -1,5 +1,6 @@
 // GeoTiffExtract: the coordinate system of a GeoTIFF image — projection, datum and warp.
 #pragma once
+#include <cstdint>
 #include <string>
 
 #include "gcs/DatumDef.h"
@@ -23,6 +24,9 @@ struct GeoTiffPieces {
     gcs::WarpDef warp;
     double linearUnitsPerMeter = 1.0;      // of the projected coordinates
     bool warpFromTiePointAndScale = false; // the warp came from one tie point and the scale
+    // The system code the keys name (ProjectedCSType or GeographicType): among equal
+    // predefined systems, the one the file names is the answer.
+    int32_t namedCode = 0;
 };
 
 // Builds projection and datum from the decoded keys (converted in place to degrees and
@@ -35,7 +39,8 @@ bool GeoTiffDecide(GeoTiffParams &params, tiff::TiffImageRead *file, int image,
 bool GeoTiffExtractPieces(tiff::TiffImageRead &file, int image, GeoTiffPieces &pieces,
                           shr::ErrorRecord *error = nullptr);
 
-// Puts each known piece on `system`, then the code and name of an equal predefined system.
+// Puts each known piece on `system`, then the code and name of an equal predefined system
+// (the one the keys name when it is among them).
 // False when `system` refuses a piece (the others stay set).
 bool GeoTiffAssemble(const GeoTiffPieces &pieces, gcs::GCSDef &system,
                      shr::ErrorRecord *error = nullptr);

@@ -2,10 +2,10 @@
 #include "georef/GeoTiffKeys.h"
 
 #include "Subsystems/TiffImage/TiffImageRead.h"
+#include "Subsystems/TiffImage/TiffTags.h"
 #include "georef/GeoKeyBundle.h"
 #include "georef/GeoTiffFile.h"
 #include "georef/GeoTiffStatus.h"
-#include "georef/TiffTagValues.h"
 
 #include <vector>
 
@@ -16,16 +16,18 @@ namespace {
 // also bounds the cost of keeping the keys sorted.
 constexpr uint64_t kMaxKeyEntries = 0xFFFF;
 
+// The value stores are null when absent or unusable. Values past those the reader holds read
+// as 0, so a count that overstates the data never reads outside it.
 struct KeyStores {
-    TiffTagValues directory;
-    TiffTagValues doubles; // usable only when Exists()
-    TiffTagValues text;    // usable only when Exists()
+    const tiff::TiffEntry &directory;
+    const tiff::TiffEntry *doubles;
+    const tiff::TiffEntry *text;
 };
 
-TiffTagValues UsableStore(const tiff::TiffEntry *entry, uint16_t typeA, uint16_t typeB) {
+const tiff::TiffEntry *UsableStore(const tiff::TiffEntry *entry, uint16_t typeA, uint16_t typeB) {
     if (entry && (entry->type == typeA || entry->type == typeB) && entry->count > 0)
-        return TiffTagValues(entry);
-    return TiffTagValues(nullptr);
+        return entry;
+    return nullptr;
 }
 
 constexpr const wchar_t *kSourceFile = L"georef/GeoTiffKeys";
@@ -33,11 +35,11 @@ constexpr const wchar_t *kSourceFile = L"georef/GeoTiffKeys";
 bool AddDoubleKey(const KeyStores &stores, const uint16_t words[4], GeoKeyBundle &bundle,
                   shr::ErrorRecord *error) {
     const uint64_t count = words[2], offset = words[3];
-    if (offset + count > stores.doubles.Count())
+    if (offset + count > stores.doubles->count)
         return RecordGeoTiffError(error, kSourceFile, __LINE__, kGeoTiffKeyPastTag);
     std::vector<double> values(count);
     for (uint64_t k = 0; k < count; ++k)
-        values[k] = stores.doubles.Double(offset + k);
+        values[k] = stores.doubles->GetDouble(offset + k);
     if (bundle.AddDoubles(words[0], static_cast<int>(count), values.data()) ==
         GeoKeyBundle::kNotFound)
         return RecordGeoTiffError(error, kSourceFile, __LINE__, kGeoTiffStoreFull);
@@ -47,12 +49,12 @@ bool AddDoubleKey(const KeyStores &stores, const uint16_t words[4], GeoKeyBundle
 bool AddTextKey(const KeyStores &stores, const uint16_t words[4], GeoKeyBundle &bundle,
                 shr::ErrorRecord *error) {
     const uint64_t count = words[2], offset = words[3];
-    if (offset + count > stores.text.Count())
+    if (offset + count > stores.text->count)
         return RecordGeoTiffError(error, kSourceFile, __LINE__, kGeoTiffKeyPastTag);
     // The count includes the "|" terminator; the text ends early at a NUL.
     std::string text;
     for (uint64_t k = 0; k < count; ++k) {
-        const char c = static_cast<char>(stores.text.Byte(offset + k));
+        const char c = static_cast<char>(stores.text->GetUInt(offset + k));
         if (c == '\0')
             break;
         text.push_back(c);
@@ -69,10 +71,10 @@ bool AddKey(const KeyStores &stores, const uint16_t words[4], GeoKeyBundle &bund
     case 0:
         bundle.AddShort(words[0], words[3]); // the count is not checked: one value
         return true;
-    case kGeoDoubleParamsTag:
-        return !stores.doubles.Exists() || AddDoubleKey(stores, words, bundle, error);
-    case kGeoAsciiParamsTag:
-        return !stores.text.Exists() || AddTextKey(stores, words, bundle, error);
+    case tiff::kTagGeoDoubleParams:
+        return !stores.doubles || AddDoubleKey(stores, words, bundle, error);
+    case tiff::kTagGeoAsciiParams:
+        return !stores.text || AddTextKey(stores, words, bundle, error);
     default:
         return true; // stored in some other tag: not supported, skipped
     }
@@ -81,13 +83,14 @@ bool AddKey(const KeyStores &stores, const uint16_t words[4], GeoKeyBundle &bund
 // The header (words 0-3) is neither checked nor used. Words of a partial last entry past the
 // tag's end read as 0. False at the first key that fails; the keys before it stay.
 bool AddAllKeys(const KeyStores &stores, GeoKeyBundle &bundle, shr::ErrorRecord *error) {
-    const uint64_t n = stores.directory.Count();
+    const tiff::TiffEntry &dir = stores.directory;
+    const uint64_t n = dir.count;
     for (uint64_t first = 4, keys = 0; first < n; first += 4, ++keys) {
         if (keys == kMaxKeyEntries)
             return RecordGeoTiffError(error, kSourceFile, __LINE__, kGeoTiffTooManyKeys);
-        const uint16_t words[4] = {stores.directory.Word(first), stores.directory.Word(first + 1),
-                                   stores.directory.Word(first + 2),
-                                   stores.directory.Word(first + 3)};
+        uint16_t words[4];
+        for (uint64_t k = 0; k < 4; ++k)
+            words[k] = static_cast<uint16_t>(dir.GetUInt(first + k));
         if (!AddKey(stores, words, bundle, error))
             return false;
     }
@@ -96,16 +99,15 @@ bool AddAllKeys(const KeyStores &stores, GeoKeyBundle &bundle, shr::ErrorRecord 
 
 } // namespace
 
-bool GeoTiffExtractKeys(tiff::TiffImageRead &file, int image, GeoKeyBundle &bundle,
+bool GeoTiffExtractKeys(const tiff::TiffDirectory &dir, GeoKeyBundle &bundle,
                         shr::ErrorRecord *error) {
-    const unsigned index = static_cast<unsigned>(image - 1);
-    const tiff::TiffEntry *directory = file.FindTag(index, kGeoKeyDirectoryTag);
+    const tiff::TiffEntry *directory = dir.Find(tiff::kTagGeoKeyDirectory);
     if (!directory || directory->type != tiff::kTypeShort || directory->count < 4)
         return true;
     const KeyStores stores{
-        TiffTagValues(directory),
-        UsableStore(file.FindTag(index, kGeoDoubleParamsTag), tiff::kTypeDouble, tiff::kTypeDouble),
-        UsableStore(file.FindTag(index, kGeoAsciiParamsTag), tiff::kTypeByte, tiff::kTypeAscii)};
+        *directory,
+        UsableStore(dir.Find(tiff::kTagGeoDoubleParams), tiff::kTypeDouble, tiff::kTypeDouble),
+        UsableStore(dir.Find(tiff::kTagGeoAsciiParams), tiff::kTypeByte, tiff::kTypeAscii)};
     bundle.Clear();
     bundle.BeginBatch();
     const bool ok = AddAllKeys(stores, bundle, error);
@@ -113,6 +115,14 @@ bool GeoTiffExtractKeys(tiff::TiffImageRead &file, int image, GeoKeyBundle &bund
     return ok;
 }
 
+bool GeoTiffExtractKeys(tiff::TiffImageRead &file, int image, GeoKeyBundle &bundle,
+                        shr::ErrorRecord *error) {
+    const auto &directories = file.Reader().Directories();
+    const auto index = static_cast<unsigned>(image - 1);
+    if (image < 1 || index >= directories.size())
+        return true; // no such image: no key directory
+    return GeoTiffExtractKeys(directories[index], bundle, error);
+}
 bool GeoTiffExtractKeys(const std::wstring &path, int image, GeoKeyBundle &bundle,
                         shr::ErrorRecord *error) {
     tiff::TiffImageRead file;

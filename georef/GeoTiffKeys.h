@@ -6,7 +6,8 @@
 
 namespace tiff {
 class TiffImageRead;
-}
+struct TiffDirectory;
+} // namespace tiff
 
 namespace georef {
 
@@ -21,6 +22,10 @@ bool GeoTiffExtractKeys(const std::wstring &path, int image, GeoKeyBundle &bundl
 
 // The same on a file the caller has opened.
 bool GeoTiffExtractKeys(tiff::TiffImageRead &file, int image, GeoKeyBundle &bundle,
+                        shr::ErrorRecord *error = nullptr);
+
+// The same on one directory of an open file (the one walk of a key directory in the system).
+bool GeoTiffExtractKeys(const tiff::TiffDirectory &dir, GeoKeyBundle &bundle,
                         shr::ErrorRecord *error = nullptr);
 
 } // namespace georef

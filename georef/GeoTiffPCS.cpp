@@ -204,14 +204,14 @@ double GeoTiffAngularFactor(const GeoTiffParams &p) {
 }
 
 bool GeoTiffExtractPCS(GeoTiffParams &p, gcs::ProjectionDef *projection, gcs::DatumDef *datum,
-                       gcs::WarpDef *warp, double *dLinearUnitsPerMeter) {
+                       gcs::WarpDef *warp, double *linearUnitsPerMeter) {
     if (!projection || !datum || !warp)
         return false;
     if (p.GTModelType != kModelProjected)
         return true;
     const double u = GeoTiffLinearUnitsPerMeter(p);
-    if (dLinearUnitsPerMeter)
-        *dLinearUnitsPerMeter = u;
+    if (linearUnitsPerMeter)
+        *linearUnitsPerMeter = u;
     ConvertRecordUnits(p, GeoTiffAngularFactor(p), u);
     TakePredefinedSystem(p, u, *projection, *datum);
     if (projection->IsUnknown(true))

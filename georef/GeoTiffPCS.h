@@ -19,6 +19,6 @@ double GeoTiffAngularFactor(const GeoTiffParams &params);
 // to metres in place, then builds the projection and datum from ProjectedCSType or from the
 // individual keys. Other models succeed at once. False when an output is missing.
 bool GeoTiffExtractPCS(GeoTiffParams &params, gcs::ProjectionDef *projection, gcs::DatumDef *datum,
-                       gcs::WarpDef *warp, double *dLinearUnitsPerMeter);
+                       gcs::WarpDef *warp, double *linearUnitsPerMeter);
 
 } // namespace georef

@@ -4,9 +4,7 @@
 
 #include "Subsystems/TiffImage/TiffImageRead.h"
 #include "georef/GeoTiffFile.h"
-#include "georef/TiffTagValues.h"
-
-#include <cmath>
+#include "georef/GeoTiffModelTags.h"
 
 namespace georef {
 namespace {
@@ -15,42 +13,8 @@ using gcs::WarpDef;
 using gcs::WarpMethod;
 using shr::Vec2d;
 
-constexpr size_t kTiePointValues = 6; // I, J, K, X, Y, Z
-constexpr size_t kMatrixValues = 17;  // 16, and a 17th read and ignored
-
-bool Finite(double value) { return std::isfinite(value); }
-
-struct PixelScale {
-    double x = 0.0;
-    double y = 0.0;
-};
-
-PixelScale ReadPixelScale(tiff::TiffImageRead &file, unsigned index) {
-    const TiffTagValues tag(file.FindTag(index, kModelPixelScaleTag));
-    if (tag.Type() != tiff::kTypeDouble || tag.Count() != 3)
-        return {};
-    return {tag.Double(0), tag.Double(1)};
-}
-
-TiffTagValues TiePointTag(tiff::TiffImageRead &file, unsigned index) {
-    const TiffTagValues tag(file.FindTag(index, kModelTiepointTag));
-    if (tag.Type() != tiff::kTypeDouble || tag.Count() == 0 || tag.Count() % kTiePointValues)
-        return TiffTagValues(nullptr);
-    return tag;
-}
-
-// Adds every tie point; false (nothing more added) at the first one with a non-finite value.
-bool AddFiniteTiePoints(const TiffTagValues &tag, WarpDef &warp) {
-    for (uint64_t first = 0; first < tag.Count(); first += kTiePointValues) {
-        double v[kTiePointValues];
-        for (size_t k = 0; k < kTiePointValues; ++k) {
-            v[k] = tag.Double(first + k);
-            if (!Finite(v[k]))
-                return false;
-        }
-        warp.AddControlPoint(Vec2d(v[0], v[1]), Vec2d(v[3], v[4]));
-    }
-    return true;
+const tiff::TiffDirectory &Directory(tiff::TiffImageRead &file, int image) {
+    return file.Reader().Directories()[static_cast<unsigned>(image - 1)];
 }
 
 // Two tie points span a rectangle: its third corner makes an affine fit possible.
@@ -62,67 +26,28 @@ void AddSimulatedThirdPoint(WarpDef &warp) {
     warp.AddControlPoint(Vec2d(s0.x, s1.y), Vec2d(d0.x, d1.y));
 }
 
-// One tie point and the pixel scale; false when the translation is not finite.
-bool SetScaleCoefficients(const PixelScale &scale, WarpDef &warp) {
-    const Vec2d &s = warp.GetSourcePoint(0);
-    const Vec2d &d = warp.GetDestinationPoint(0);
-    const double c = d.x - scale.x * s.x;
-    const double f = scale.y * s.y + d.y;
-    if (!Finite(c) || !Finite(f))
+// Steps on an open file with a valid image; returns false when the warp must be reset (a
+// value that takes part is not finite).
+bool ReadWarp(const tiff::TiffDirectory &dir, WarpDef &warp, bool *flag) {
+    const GeoTiffModelTags tags = ReadGeoTiffModelTags(dir);
+    gcs::AffineCoefficients affine;
+    GeoTiffAffineSource source = GeoTiffAffineSource::None;
+    if (!GeoTiffModelAffine(tags, affine, source))
         return false;
-    warp.SetMethod(WarpMethod::Coefficients);
-    warp.SetCoefficients(scale.x, 0.0, c, 0.0, -scale.y, f);
+    for (const GeoTiffModelTags::TiePoint &t : tags.tiePoints)
+        warp.AddControlPoint(Vec2d(t[0], t[1]), Vec2d(t[3], t[4]));
+    if (warp.GetPointCount() == 2)
+        AddSimulatedThirdPoint(warp);
+    if (warp.GetPointCount() >= 2)
+        warp.SetMethod(WarpMethod::Similarity);
+    if (source != GeoTiffAffineSource::None) {
+        warp.SetMethod(WarpMethod::Coefficients);
+        warp.SetCoefficients(affine.a, affine.b, affine.c, affine.d, affine.e, affine.f);
+    }
+    // Set by the tie point and scale even when a matrix then overrides their coefficients.
+    if (flag)
+        *flag = tags.tiePoints.size() == 1 && tags.HasScale();
     return true;
-}
-
-enum class MatrixResult { Absent, Applied, NotFinite };
-
-// ModelTransformationTag, or else the older IntergraphMatrixTag whose y-scale sign is flipped.
-MatrixResult ApplyMatrix(tiff::TiffImageRead &file, unsigned index, WarpDef &warp) {
-    const tiff::TiffEntry *entry = file.FindTag(index, kModelTransformationTag);
-    double sign = 1.0;
-    if (!entry) {
-        entry = file.FindTag(index, kIntergraphMatrixTag);
-        sign = -1.0;
-    }
-    const TiffTagValues tag(entry);
-    if (!entry || tag.Type() != tiff::kTypeDouble || (tag.Count() != 16 && tag.Count() != 17))
-        return MatrixResult::Absent;
-    double m[kMatrixValues] = {};
-    for (uint64_t k = 0; k < tag.Count(); ++k)
-        m[k] = tag.Double(k);
-    for (size_t k = 0; k < 8; ++k) {
-        if (!Finite(m[k]))
-            return MatrixResult::NotFinite;
-    }
-    warp.SetMethod(WarpMethod::Coefficients);
-    warp.SetCoefficients(m[0], m[1], m[3], m[4], sign * m[5], m[7]);
-    return MatrixResult::Applied;
-}
-
-// Steps on an open file with a valid image; returns false when the warp must be reset.
-bool ReadWarp(tiff::TiffImageRead &file, unsigned index, WarpDef &warp, bool *flag) {
-    const PixelScale scale = ReadPixelScale(file, index);
-    if (!Finite(scale.x) || !Finite(scale.y))
-        return false;
-    const TiffTagValues tiePoints = TiePointTag(file, index);
-    if (tiePoints.Exists()) {
-        if (!AddFiniteTiePoints(tiePoints, warp))
-            return false;
-        if (warp.GetPointCount() == 2)
-            AddSimulatedThirdPoint(warp);
-        if (warp.GetPointCount() < 2) {
-            if (scale.x != 0.0 && scale.y != 0.0) {
-                if (!SetScaleCoefficients(scale, warp))
-                    return false;
-                if (flag)
-                    *flag = true;
-            }
-        } else {
-            warp.SetMethod(WarpMethod::Similarity);
-        }
-    }
-    return ApplyMatrix(file, index, warp) != MatrixResult::NotFinite;
 }
 
 } // namespace
@@ -133,7 +58,7 @@ bool GetGeorefInfoFromGeoTIFF(tiff::TiffImageRead &file, int image, gcs::WarpDef
         *fromTiePointAndScale = false;
     if (!CheckImageNumber(file, image, error))
         return false;
-    if (!ReadWarp(file, static_cast<unsigned>(image - 1), warp, fromTiePointAndScale)) {
+    if (!ReadWarp(Directory(file, image), warp, fromTiePointAndScale)) {
         warp = WarpDef{};
         if (fromTiePointAndScale)
             *fromTiePointAndScale = false;
@@ -157,26 +82,19 @@ bool GeoTiffRecalculateWarp(tiff::TiffImageRead &file, int image, gcs::WarpDef &
                             shr::ErrorRecord *error) {
     if (!CheckImageNumber(file, image, error))
         return false;
-    const unsigned index = static_cast<unsigned>(image - 1);
-    const TiffTagValues scaleTag(file.FindTag(index, kModelPixelScaleTag));
-    PixelScale scale;
-    if (scaleTag.Type() == tiff::kTypeDouble && scaleTag.Count() == 3)
-        scale = {scaleTag.Double(0), scaleTag.Double(1)};
-    const TiffTagValues tiePoints = TiePointTag(file, index);
-    if (!tiePoints.Exists())
+    // No finiteness test and no simulated third point here.
+    const GeoTiffModelTags tags = ReadGeoTiffModelTags(Directory(file, image));
+    if (tags.tiePoints.empty())
         return true;
-    for (uint64_t first = 0; first < tiePoints.Count(); first += kTiePointValues) {
-        warp.AddControlPoint(
-            Vec2d(tiePoints.Double(first), tiePoints.Double(first + 1)),
-            Vec2d(s * tiePoints.Double(first + 3), s * tiePoints.Double(first + 4)));
-    }
-    if (warp.GetPointCount() == 1 && scale.x != 0.0 && scale.y != 0.0) {
+    for (const GeoTiffModelTags::TiePoint &t : tags.tiePoints)
+        warp.AddControlPoint(Vec2d(t[0], t[1]), Vec2d(s * t[3], s * t[4]));
+    if (warp.GetPointCount() == 1 && tags.HasScale()) {
         // The translations mix the scaled tie point with the unscaled pixel size.
         const Vec2d &src = warp.GetSourcePoint(0);
         const Vec2d &dst = warp.GetDestinationPoint(0);
         warp.SetMethod(WarpMethod::Coefficients);
-        warp.SetCoefficients(s * scale.x, 0.0, dst.x - scale.x * src.x, 0.0, -scale.y * s,
-                             scale.y * src.y + dst.y);
+        warp.SetCoefficients(s * tags.scaleX, 0.0, dst.x - tags.scaleX * src.x, 0.0,
+                             -tags.scaleY * s, tags.scaleY * src.y + dst.y);
     }
     return true;
 }

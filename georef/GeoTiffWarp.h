@@ -11,12 +11,6 @@ class TiffImageRead;
 
 namespace georef {
 
-// TIFF tags of the raster-to-model transformation (GeoTIFF 1.0, section 2.6).
-constexpr uint16_t kModelPixelScaleTag = 33550;
-constexpr uint16_t kModelTiepointTag = 33922;
-constexpr uint16_t kModelTransformationTag = 34264;
-constexpr uint16_t kIntergraphMatrixTag = 33920;
-
 // Adds the tie points of image `image` (from 1) to `warp` and sets coefficients from one tie
 // point and the pixel scale, or from the matrix. `fromTiePointAndScale` is set when the
 // coefficients came from a tie point and the pixel scale. Non-finite values reset the warp

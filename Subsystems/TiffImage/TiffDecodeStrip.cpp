@@ -85,17 +85,17 @@ StripCoding ReadStripCoding(const TiffDirectory &dir) {
     return coding;
 }
 
-bool ImageDecodeStrip(CTiffReader &reader, const TiffDirectory &dir, uint32_t uiStripOffset,
-                      uint32_t uiScansThisStrip, uint32_t compressedSize, uint32_t decodedSize,
+bool ImageDecodeStrip(CTiffReader &reader, const TiffDirectory &dir, uint32_t stripOffset,
+                      uint32_t rowsInStrip, uint32_t compressedSize, uint32_t decodedSize,
                       unsigned char *out) {
-    return ImageDecodeStrip(reader, ReadStripCoding(dir), uiStripOffset, uiScansThisStrip,
-                            compressedSize, decodedSize, out);
+    return ImageDecodeStrip(reader, ReadStripCoding(dir), stripOffset, rowsInStrip, compressedSize,
+                            decodedSize, out);
 }
 
-bool ImageDecodeStrip(CTiffReader &reader, const StripCoding &coding, uint32_t uiStripOffset,
-                      uint32_t uiScansThisStrip, uint32_t compressedSize, uint32_t decodedSize,
+bool ImageDecodeStrip(CTiffReader &reader, const StripCoding &coding, uint32_t stripOffset,
+                      uint32_t rowsInStrip, uint32_t compressedSize, uint32_t decodedSize,
                       unsigned char *out) {
-    if (uiScansThisStrip == 0 || compressedSize == 0 || decodedSize == 0)
+    if (rowsInStrip == 0 || compressedSize == 0 || decodedSize == 0)
         return true;
     const uint64_t compression = coding.compression;
     if (!IsDecodableCompression(compression))
@@ -108,27 +108,27 @@ bool ImageDecodeStrip(CTiffReader &reader, const StripCoding &coding, uint32_t u
     const uint64_t bitsPerPixel = uint64_t{rows.bitsPerSample} * rows.samplesPerPixel;
     if (bitsPerPixel == 0)
         return Fail(reader, __LINE__, kTiffBadFormat);
-    const uint64_t pixelsPerRow = uint64_t{decodedSize} * 8 / bitsPerPixel / uiScansThisStrip;
+    const uint64_t pixelsPerRow = uint64_t{decodedSize} * 8 / bitsPerPixel / rowsInStrip;
     if (pixelsPerRow == 0)
         return true;
     rows.pixelsPerRow = static_cast<size_t>(pixelsPerRow);
     rows.bytesPerRow = static_cast<size_t>(bitsPerPixel * pixelsPerRow / 8);
-    rows.rows = uiScansThisStrip;
+    rows.rows = rowsInStrip;
     rows.bigEndian = reader.IsBigEndian();
     rows.data = out;
 
     if (compression == kCompressionNone) {
         if (compressedSize != decodedSize)
             return Fail(reader, __LINE__, kTiffBadFormat);
-        if (!reader.ReadBytes(uiStripOffset, out, decodedSize, kSourceFile, __LINE__))
+        if (!reader.ReadBytes(stripOffset, out, decodedSize, kSourceFile, __LINE__))
             return reader.Error().IsSet() ? false : Fail(reader, __LINE__, kTiffReadFailed);
         return true;
     }
     // A source that holds the file in memory lends the bytes; others read them into a buffer.
-    const uint8_t *compressed = reader.ViewBytes(uiStripOffset, compressedSize);
+    const uint8_t *compressed = reader.ViewBytes(stripOffset, compressedSize);
     std::unique_ptr<uint8_t[]> buffer;
     if (compressed == nullptr) {
-        buffer = ReadCompressed(reader, uiStripOffset, compressedSize);
+        buffer = ReadCompressed(reader, stripOffset, compressedSize);
         if (!buffer)
             return false;
         compressed = buffer.get();

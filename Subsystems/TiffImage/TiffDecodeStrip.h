@@ -27,18 +27,18 @@ struct StripCoding {
 };
 StripCoding ReadStripCoding(const TiffDirectory &dir);
 
-// Decodes the strip of `uiScansThisStrip` rows at `uiStripOffset` (`compressedSize` bytes in the
+// Decodes the strip of `rowsInStrip` rows at `stripOffset` (`compressedSize` bytes in the
 // file) into `out`, which holds `decodedSize` bytes. Multi-byte samples are left in the file's
 // byte order, except after the floating point predictor, which leaves little-endian values.
 // False with the reader's error record set (source Subsystems/TiffImage/TiffDecodeStrip):
 // -3 the bytes could not be read, -4 no memory for them, -5 bad data or predictor, -6 an
 // unsupported compression.
-bool ImageDecodeStrip(CTiffReader &reader, const TiffDirectory &dir, uint32_t uiStripOffset,
-                      uint32_t uiScansThisStrip, uint32_t compressedSize, uint32_t decodedSize,
+bool ImageDecodeStrip(CTiffReader &reader, const TiffDirectory &dir, uint32_t stripOffset,
+                      uint32_t rowsInStrip, uint32_t compressedSize, uint32_t decodedSize,
                       unsigned char *out);
 // The same with the tags read beforehand, as a loader of many strips does.
-bool ImageDecodeStrip(CTiffReader &reader, const StripCoding &coding, uint32_t uiStripOffset,
-                      uint32_t uiScansThisStrip, uint32_t compressedSize, uint32_t decodedSize,
+bool ImageDecodeStrip(CTiffReader &reader, const StripCoding &coding, uint32_t stripOffset,
+                      uint32_t rowsInStrip, uint32_t compressedSize, uint32_t decodedSize,
                       unsigned char *out);
 
 } // namespace tiff

@@ -120,6 +120,8 @@ bool TiffImageLoader::State::DecodeBlock(const BlockPlan &plan, unsigned char *d
         std::memset(dest, 0, plan.decodedSize);
         return true;
     }
+    // The plan lies inside the file, and files over 4 GiB are refused on opening (status -9),
+    // so the offset fits the decoder's 32 bits.
     if (!ImageDecodeStrip(reader, coding, static_cast<uint32_t>(plan.offset), plan.rows,
                           plan.compressedSize, plan.decodedSize, dest))
         return false;

@@ -1,9 +1,9 @@
 // LZW decoder for TIFF compression 5 (TIFF 6.0 section 13) with libtiff's old-style codes.
 #include "TiffLzw.h"
+#include "TiffLog.h"
 
 #include <algorithm>
 #include <bit>
-#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -308,11 +308,6 @@ int32_t DecodeCodes(LzwState &s, uint8_t *const out, uint8_t *const end, uint8_t
 }
 
 } // namespace
-
-void TiffWarning(const char *module, const char *text) {
-    std::printf("TIFFWarning(%s):  %s\n", module ? module : "", text);
-    std::fflush(stdout);
-}
 
 int32_t LZWSetupDecode(LzwState &s) {
     if (!s.table) {

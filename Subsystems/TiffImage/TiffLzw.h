@@ -67,7 +67,4 @@ void LZWCleanup(LzwState &state);
 int32_t LZWDecodeStrip(unsigned char *out, const unsigned char *in, uint32_t outSize,
                        uint32_t inSize);
 
-// Writes "TIFFWarning(<module>):  <text>" to standard output.
-void TiffWarning(const char *module, const char *text);
-
 } // namespace tiff

@@ -154,6 +154,8 @@ private:
 
     std::wstring fileName_;
     std::unique_ptr<TiffSource> source_;
+    // Named as the reader's trace prints them. The length is at most 4294967295: longer files
+    // are refused (-9), which is what lets strip and tile offsets travel as 32-bit numbers.
     uint64_t uiFileLength = 0;
     bool bBigEndian = false;
     bool bigTiff_ = false;

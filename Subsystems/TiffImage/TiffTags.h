@@ -1,4 +1,5 @@
-// Numbers of the TIFF tags the image loader reads (TIFF 6.0 and its supplements).
+// Numbers of the TIFF tags the system reads (TIFF 6.0 and its supplements, GeoTIFF 1.0): the
+// one list of them.
 #pragma once
 #include <cstdint>
 
@@ -26,6 +27,19 @@ constexpr uint16_t kTagTileByteCounts = 325;
 constexpr uint16_t kTagSubIfds = 330;
 constexpr uint16_t kTagExtraSamples = 338;
 constexpr uint16_t kTagSampleFormat = 339;
+constexpr uint16_t kTagInkSet = 332;
+constexpr uint16_t kTagSMinSampleValue = 340;
+constexpr uint16_t kTagSMaxSampleValue = 341;
 constexpr uint16_t kTagYCbCrSubsampling = 530;
+
+// GeoTIFF 1.0 sections 2.4 and 2.6: the key directory with its value stores, and the
+// raster-to-model tags (33920 is the older Intergraph form of the transformation matrix).
+constexpr uint16_t kTagModelPixelScale = 33550;
+constexpr uint16_t kTagIntergraphMatrix = 33920;
+constexpr uint16_t kTagModelTiepoint = 33922;
+constexpr uint16_t kTagModelTransformation = 34264;
+constexpr uint16_t kTagGeoKeyDirectory = 34735;
+constexpr uint16_t kTagGeoDoubleParams = 34736;
+constexpr uint16_t kTagGeoAsciiParams = 34737;
 
 } // namespace tiff

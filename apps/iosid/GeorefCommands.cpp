@@ -15,6 +15,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -27,24 +28,12 @@ struct GeorefRequest {
     bool json = false;
 };
 
-bool ParseGeorefRequest(const char *command, const std::vector<std::string> &args,
-                        GeorefRequest &request) {
-    const auto positionals = Positionals(args, {"--image"});
-    const std::string image = OptionValue(args, "--image");
-    bool ok = positionals.size() == 1;
-    if (ok && HasFlag(args, "--image")) {
-        ok = !image.empty() && image.size() <= 9 &&
-             image.find_first_not_of("0123456789") == std::string::npos && std::stoi(image) >= 1;
-        if (ok)
-            request.image = std::stoi(image);
-    }
-    if (!ok) {
-        std::fprintf(stderr, "usage: iosid %s FILE [--image N] [--json]\n", command);
-        return false;
-    }
-    request.file = positionals[0];
-    request.json = HasFlag(args, "--json");
-    return true;
+// FILE [--image N] [--json], bound to `request`.
+void DeclareGeorefRequest(CLI::App &app, GeorefRequest &request) {
+    app.add_option("FILE", request.file, "GeoTIFF file")->required();
+    app.add_option("--image", request.image, "image in the file, from 1")
+        ->check(CLI::Range(1, 999999999));
+    app.add_flag("--json", request.json, "print JSON");
 }
 
 int Fail(const char *command, const GeorefRequest &request, const shr::ErrorRecord &error) {
@@ -150,10 +139,7 @@ void PrintKeys(const GeorefRequest &request, const georef::GeoKeyBundle &bundle,
         std::printf("}}\n");
 }
 
-int RunGeoKeys(const std::vector<std::string> &args) {
-    GeorefRequest request;
-    if (!ParseGeorefRequest("geokeys", args, request))
-        return kExitUsage;
+int RunGeoKeys(const GeorefRequest &request) {
     georef::GeoKeyBundle bundle;
     shr::ErrorRecord error;
     tiff::TiffImageRead file;
@@ -297,10 +283,7 @@ void PrintSystem(const GeorefRequest &request, const georef::GeoTiffPieces &piec
     std::printf("%s", warp ? WarpText(*warp, json).c_str() : "warp: none\n");
 }
 
-int RunGeoref(const std::vector<std::string> &args) {
-    GeorefRequest request;
-    if (!ParseGeorefRequest("georef", args, request))
-        return kExitUsage;
+int RunGeoref(const GeorefRequest &request) {
     shr::ErrorRecord error;
     tiff::TiffImageRead file;
     if (!file.OpenFile(shr::AtoW(request.file)))
@@ -314,10 +297,16 @@ int RunGeoref(const std::vector<std::string> &args) {
     return ok ? 0 : Fail("georef", request, error);
 }
 
-const RegisterCommand kGeoKeys({"geokeys", "FILE [--image N] [--json]   (GeoKey directory)",
-                                RunGeoKeys});
-const RegisterCommand kGeoref({"georef", "FILE [--image N] [--json]   (coordinate system and warp)",
-                               RunGeoref});
+template <int (*Run)(const GeorefRequest &)> std::function<int()> DefineGeoref(CLI::App &app) {
+    auto request = std::make_shared<GeorefRequest>();
+    DeclareGeorefRequest(app, *request);
+    return [request] { return Run(*request); };
+}
+
+const RegisterCommand kGeoKeys({"geokeys", "GeoKey directory of a GeoTIFF image",
+                                DefineGeoref<RunGeoKeys>});
+const RegisterCommand kGeoref({"georef", "coordinate system and warp of a GeoTIFF image",
+                               DefineGeoref<RunGeoref>});
 
 } // namespace
 } // namespace iosid

@@ -5,11 +5,9 @@
 #include "SidInterface.h"
 #include "shr/Strings.h"
 
-#ifdef IOSID_SID_GEOREFERENCE
 #include "gcs/GCSDef.h"
 #include "gcs/ProjectionDef.h"
 #include "gcs/WarpDef.h"
-#endif
 #ifdef IOSID_HAVE_PNG
 #include <png.h>
 #endif
@@ -42,63 +40,18 @@ struct ReadRequest {
     bool json = false;
 };
 
-bool ParseUnsigned(const std::string &text, uint32_t &value) {
-    if (text.empty() || text.size() > 10 ||
-        text.find_first_not_of("0123456789") != std::string::npos)
-        return false;
-    const unsigned long long v = std::stoull(text);
-    if (v > 0xFFFFFFFFull)
-        return false;
-    value = static_cast<uint32_t>(v);
-    return true;
-}
-
 bool ParseRegion(const std::string &text, uint32_t (&region)[4]) {
     std::stringstream in(text);
     std::string part;
     int i = 0;
     while (std::getline(in, part, ',')) {
-        if (i == 4 || !ParseUnsigned(part, region[i++]))
+        if (i == 4 || part.empty() || part.size() > 10 ||
+            part.find_first_not_of("0123456789") != std::string::npos ||
+            std::stoull(part) > 0xFFFFFFFFull)
             return false;
+        region[i++] = static_cast<uint32_t>(std::stoull(part));
     }
     return i == 4;
-}
-
-// Bits per pixel on the command line to the reader's format code.
-bool ParseFormat(const std::string &text, int32_t &format) {
-    const std::pair<const char *, int32_t> formats[] = {{"1", SidInterface::kBlackWhite},
-                                                        {"4", SidInterface::kGray16},
-                                                        {"8", SidInterface::kGray256},
-                                                        {"24", SidInterface::kColor24},
-                                                        {"32", SidInterface::kColor32}};
-    for (const auto &[bits, code] : formats)
-        if (text == bits) {
-            format = code;
-            return true;
-        }
-    return false;
-}
-
-bool ParseRequest(const std::vector<std::string> &args, ReadRequest &request, std::string &error) {
-    const auto positionals = Positionals(args, {"-o", "--scale", "--region", "--format"});
-    if (positionals.size() != 1)
-        return error = "expected one input file", false;
-    request.input = positionals[0];
-    request.output = OptionValue(args, "-o");
-    if (request.output.empty())
-        return error = "missing -o OUT", false;
-    request.json = HasFlag(args, "--json");
-    const std::string scale = OptionValue(args, "--scale");
-    if (!scale.empty() && !ParseUnsigned(scale, request.scale))
-        return error = "--scale takes a whole number", false;
-    const std::string region = OptionValue(args, "--region");
-    request.hasRegion = !region.empty();
-    if (request.hasRegion && !ParseRegion(region, request.region))
-        return error = "--region takes L,T,R,B", false;
-    const std::string format = OptionValue(args, "--format");
-    if (!format.empty() && !ParseFormat(format, request.format))
-        return error = "--format takes 1, 4, 8, 24 or 32", false;
-    return true;
 }
 
 bool EndsWith(const std::string &text, const std::string &suffix) {
@@ -144,8 +97,7 @@ private:
 // PNG rows: colour in red, green, blue (and alpha) order, grey at 1, 4 or 8 bits.
 class PngSink final : public RowSink {
 public:
-    PngSink(std::FILE *file, uint32_t width, uint32_t height, int32_t format)
-        : file_(file) {
+    PngSink(std::FILE *file, uint32_t width, uint32_t height, int32_t format) : file_(file) {
         png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
         info_ = png_ ? png_create_info_struct(png_) : nullptr;
         if (!info_ || setjmp(png_jmpbuf(png_))) {
@@ -251,26 +203,6 @@ bool ReadAllRows(SidInterface &reader, RowSink &sink, std::string &error) {
     return true;
 }
 
-std::string WarpText(SidInterface &reader, bool json);
-
-void PrintSummary(const ReadRequest &request, SidInterface &reader) {
-    const std::string warp = WarpText(reader, request.json);
-    if (request.json) {
-        std::printf(
-            "{\"file\": \"%s\", \"output\": \"%s\", \"width\": %u, \"height\": %u, "
-            "\"bitsPerPixel\": %d, \"scale\": %u, \"maxScale\": %u, \"georeferencing\": %s}\n",
-            JsonEscape(request.input).c_str(), JsonEscape(request.output).c_str(),
-            reader.GetWidth(), reader.GetHeight(), reader.GetBitsPerPixel(), reader.GetScale(),
-            reader.GetMaxScale(), warp.c_str());
-        return;
-    }
-    std::printf("output: %s, %u x %u, %d bits per pixel\n", request.output.c_str(),
-                reader.GetWidth(), reader.GetHeight(), reader.GetBitsPerPixel());
-    std::printf("scale: %u (maximum %u)\n", reader.GetScale(), reader.GetMaxScale());
-    std::printf("%s", warp.c_str());
-}
-
-#ifdef IOSID_SID_GEOREFERENCE
 std::string SystemText(const gcs::GCSDef &gcsDef, bool json) {
     const gcs::ProjectionDef *projection = gcsDef.GetProjection();
     const double unit =
@@ -310,17 +242,29 @@ std::string WarpText(SidInterface &reader, bool json) {
     }
     return json ? text + "]}" : text;
 }
-#else
-std::string WarpText(SidInterface &, bool json) {
-    return json ? "null" : "georeferencing: not available in this build\n";
-}
-#endif
 
-int RunRead(const std::vector<std::string> &args) {
-    ReadRequest request;
+void PrintSummary(const ReadRequest &request, SidInterface &reader) {
+    const std::string warp = WarpText(reader, request.json);
+    if (request.json) {
+        std::printf(
+            "{\"file\": \"%s\", \"output\": \"%s\", \"width\": %u, \"height\": %u, "
+            "\"bitsPerPixel\": %d, \"scale\": %u, \"maxScale\": %u, \"georeferencing\": %s}\n",
+            JsonEscape(request.input).c_str(), JsonEscape(request.output).c_str(),
+            reader.GetWidth(), reader.GetHeight(), reader.GetBitsPerPixel(), reader.GetScale(),
+            reader.GetMaxScale(), warp.c_str());
+        return;
+    }
+    std::printf("output: %s, %u x %u, %d bits per pixel\n", request.output.c_str(),
+                reader.GetWidth(), reader.GetHeight(), reader.GetBitsPerPixel());
+    std::printf("scale: %u (maximum %u)\n", reader.GetScale(), reader.GetMaxScale());
+    std::printf("%s", warp.c_str());
+}
+
+int RunRead(ReadRequest &request, const std::string &region) {
     std::string error;
-    if (!ParseRequest(args, request, error)) {
-        std::fprintf(stderr, "iosid read: %s\n", error.c_str());
+    request.hasRegion = !region.empty();
+    if (request.hasRegion && !ParseRegion(region, request.region)) {
+        std::fprintf(stderr, "iosid read: --region takes L,T,R,B\n");
         return kExitUsage;
     }
     SidInterface reader;
@@ -351,10 +295,33 @@ int RunRead(const std::vector<std::string> &args) {
     return 0;
 }
 
+std::function<int()> DefineRead(CLI::App &app) {
+    auto request = std::make_shared<ReadRequest>();
+    auto region = std::make_shared<std::string>();
+    auto bits = std::make_shared<int>(24);
+    app.add_option("FILE", request->input, "image file")->required();
+    app.add_option("-o", request->output, "output: OUT.png, or raw rows")->required();
+    app.add_option("--scale", request->scale, "reduction, a power of two");
+    app.add_option("--region", *region, "full-resolution pixels L,T,R,B (inclusive)");
+    app.add_option("--format", *bits, "bits per pixel")->check(CLI::IsMember({1, 4, 8, 24, 32}));
+    app.add_flag("--json", request->json, "print the summary as JSON");
+    return [request, region, bits] {
+        const std::pair<int, int32_t> formats[] = {{1, SidInterface::kBlackWhite},
+                                                   {4, SidInterface::kGray16},
+                                                   {8, SidInterface::kGray256},
+                                                   {24, SidInterface::kColor24},
+                                                   {32, SidInterface::kColor32}};
+        for (const auto &[b, code] : formats)
+            if (b == *bits)
+                request->format = code;
+        return RunRead(*request, *region);
+    };
+}
+
 const RegisterCommand kRead({"read",
-                             "FILE -o OUT [--scale S] [--region L,T,R,B] [--format 1|4|8|24|32] "
-                             "[--json]   (OUT.png or raw rows)",
-                             RunRead});
+                             "decode a region at a reduction through the reader "
+                             "(OUT.png or raw rows)",
+                             DefineRead});
 
 } // namespace
 } // namespace iosid

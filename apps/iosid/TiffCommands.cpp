@@ -119,25 +119,19 @@ int ReportFailure(const std::string &file, const shr::ErrorRecord &error) {
     return kExitFailure;
 }
 
-int Usage(const char *usage) {
-    std::fprintf(stderr, "usage: iosid %s\n", usage);
-    return kExitUsage;
-}
+struct DumpRequest {
+    std::string file;
+    bool json = false;
+};
 
-const char kDumpUsage[] = "tiff-dump FILE [--json]";
-const char kDecodeUsage[] = "tiff-decode FILE [--image N] -o OUT [--json]";
-
-int RunDump(const std::vector<std::string> &args) {
-    const auto files = Positionals(args, {});
-    if (files.size() != 1)
-        return Usage(kDumpUsage);
+int RunDump(const DumpRequest &request) {
     tiff::CTiffReader reader;
-    if (!reader.Open(shr::AtoW(files[0])))
-        return ReportFailure(files[0], reader.Error());
-    if (HasFlag(args, "--json"))
-        DumpJson(reader, files[0]);
+    if (!reader.Open(shr::AtoW(request.file)))
+        return ReportFailure(request.file, reader.Error());
+    if (request.json)
+        DumpJson(reader, request.file);
     else
-        DumpText(reader, files[0]);
+        DumpText(reader, request.file);
     return 0;
 }
 
@@ -184,20 +178,17 @@ void PrintImageInfo(const tiff::TiffImageInfo &info, const std::string &file, un
                 static_cast<unsigned long long>(info.ImageBytes()));
 }
 
-bool ParseImageIndex(const std::string &text, unsigned &image) {
-    if (text.empty())
-        return true;
-    const auto r = std::from_chars(text.data(), text.data() + text.size(), image);
-    return r.ec == std::errc() && r.ptr == text.data() + text.size();
-}
-
-int RunDecode(const std::vector<std::string> &args) {
-    const auto files = Positionals(args, {"-o", "--image"});
-    const std::string output = OptionValue(args, "-o");
+struct DecodeRequest {
+    std::string file;
+    std::string output;
     unsigned image = 0;
-    if (files.size() != 1 || output.empty() ||
-        !ParseImageIndex(OptionValue(args, "--image"), image))
-        return Usage(kDecodeUsage);
+    bool json = false;
+};
+
+int RunDecode(const DecodeRequest &request) {
+    const std::vector<std::string> files = {request.file};
+    const std::string &output = request.output;
+    const unsigned image = request.image;
     tiff::CTiffReader reader;
     if (!reader.Open(shr::AtoW(files[0])))
         return ReportFailure(files[0], reader.Error());
@@ -221,12 +212,29 @@ int RunDecode(const std::vector<std::string> &args) {
         std::remove(output.c_str());
         return ReportFailure(files[0], reader.Error());
     }
-    PrintImageInfo(loader.Info(), files[0], image, output, HasFlag(args, "--json"));
+    PrintImageInfo(loader.Info(), files[0], image, output, request.json);
     return 0;
 }
 
-const RegisterCommand kDump({"tiff-dump", "FILE [--json]", RunDump});
-const RegisterCommand kDecode({"tiff-decode", "FILE [--image N] -o OUT [--json]", RunDecode});
+std::function<int()> DefineDump(CLI::App &app) {
+    auto request = std::make_shared<DumpRequest>();
+    app.add_option("FILE", request->file, "TIFF file")->required();
+    app.add_flag("--json", request->json, "print JSON");
+    return [request] { return RunDump(*request); };
+}
+
+std::function<int()> DefineDecode(CLI::App &app) {
+    auto request = std::make_shared<DecodeRequest>();
+    app.add_option("FILE", request->file, "TIFF file")->required();
+    app.add_option("-o", request->output, "raw output file")->required();
+    app.add_option("--image", request->image, "image in the file, from 0");
+    app.add_flag("--json", request->json, "print JSON");
+    return [request] { return RunDecode(*request); };
+}
+
+const RegisterCommand kDump({"tiff-dump", "directories and tags of a TIFF file", DefineDump});
+const RegisterCommand kDecode({"tiff-decode", "decode one image of a TIFF file to raw samples",
+                               DefineDecode});
 
 } // namespace
 } // namespace iosid

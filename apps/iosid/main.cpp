@@ -1,5 +1,11 @@
-// iosid: dispatches to the registered subcommands.
+// iosid: parses the command line with CLI11 and runs the chosen subcommand.
 #include "Command.h"
+
+#include "Subsystems/TiffImage/TiffLog.h"
+#include "engines/OpenEngines.h"
+#include "shr/Log.h"
+#include "shr/Strings.h"
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdio>
@@ -7,87 +13,61 @@
 
 namespace iosid {
 
-std::vector<Command>& Commands() {
+std::vector<Command> &Commands() {
     static std::vector<Command> commands;
     return commands;
 }
 
-bool HasFlag(const std::vector<std::string>& args, const std::string& flag) {
-    return std::find(args.begin(), args.end(), flag) != args.end();
-}
-
-std::string OptionValue(const std::vector<std::string>& args, const std::string& option) {
-    auto it = std::find(args.begin(), args.end(), option);
-    return it != args.end() && it + 1 != args.end() ? *(it + 1) : std::string();
-}
-
-std::vector<std::string> Positionals(const std::vector<std::string>& args,
-                                     const std::vector<std::string>& withValue) {
-    std::vector<std::string> result;
-    for (size_t i = 0; i < args.size(); ++i) {
-        if (std::find(withValue.begin(), withValue.end(), args[i]) != withValue.end()) {
-            ++i;
-        } else if (args[i].size() < 2 || args[i][0] != '-') {
-            result.push_back(args[i]);
-        }
-    }
-    return result;
-}
-
-std::string JsonEscape(const std::string& text) {
-    std::string out;
-    for (unsigned char c : text) {
-        switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            if (c < 0x20) {
-                char buf[8];
-                std::snprintf(buf, sizeof buf, "\\u%04x", c);
-                out += buf;
-            } else {
-                out.push_back(static_cast<char>(c));
-            }
-        }
-    }
-    return out;
+std::string JsonEscape(const std::string &text) {
+    const std::string quoted =
+        nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return quoted.substr(1, quoted.size() - 2);
 }
 
 } // namespace iosid
 
-namespace {
-
-void PrintUsage() {
+int main(int argc, char **argv) {
+    CLI::App app("iosid: reads MrSID-family and TIFF images through the ioSid plug-in and its "
+                 "libraries",
+                 "iosid");
+    app.require_subcommand(1);
+    app.allow_windows_style_options(false); // "/path/file" is a file, not an option
     auto commands = iosid::Commands();
     std::sort(commands.begin(), commands.end(),
-              [](const auto& a, const auto& b) { return a.name < b.name; });
-    std::fprintf(stderr, "usage:\n");
-    for (const auto& c : commands)
-        std::fprintf(stderr, "  iosid %s %s\n", c.name.c_str(), c.usage.c_str());
-}
-
-} // namespace
-
-int main(int argc, char** argv) {
-    if (argc < 2) {
-        PrintUsage();
+              [](const auto &a, const auto &b) { return a.name < b.name; });
+    std::vector<std::pair<CLI::App *, std::function<int()>>> runners;
+    for (const auto &command : commands) {
+        CLI::App *sub = app.add_subcommand(command.name, command.description);
+        runners.emplace_back(sub, command.define(*sub));
+    }
+    // A misspelt command would otherwise read as a stray argument.
+    if (argc >= 2 && argv[1][0] != '-' &&
+        std::none_of(commands.begin(), commands.end(),
+                     [&](const auto &c) { return c.name == argv[1]; })) {
+        std::fprintf(stderr, "iosid: unknown command '%s'\nRun with --help for the commands.\n",
+                     argv[1]);
         return iosid::kExitUsage;
     }
-    const std::string name = argv[1];
-    for (const auto& command : iosid::Commands()) {
-        if (command.name != name)
+    engines::RegisterOpenEngines();
+    // Standard output carries the commands' results (JSON among them); warnings go to the log.
+    tiff::SetTiffWarningSink([](const std::string &line) { shr::LogMessage(shr::AtoW(line)); });
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp &e) {
+        return app.exit(e);
+    } catch (const CLI::ParseError &e) {
+        app.exit(e);
+        return iosid::kExitUsage;
+    }
+    for (auto &[sub, run] : runners) {
+        if (!sub->parsed())
             continue;
         try {
-            return command.run(std::vector<std::string>(argv + 2, argv + argc));
-        } catch (const std::exception& e) {
-            std::fprintf(stderr, "iosid %s: %s\n", name.c_str(), e.what());
+            return run();
+        } catch (const std::exception &e) {
+            std::fprintf(stderr, "iosid %s: %s\n", sub->get_name().c_str(), e.what());
             return iosid::kExitFailure;
         }
     }
-    std::fprintf(stderr, "iosid: unknown command '%s'\n", name.c_str());
-    PrintUsage();
     return iosid::kExitUsage;
 }

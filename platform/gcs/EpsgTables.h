@@ -57,9 +57,10 @@ struct ConversionRow {
 struct SystemRow {
     int32_t code;
     bool deprecated;
-    int16_t datum;      // row in Datums()
-    int16_t unit;       // row in Units()
-    int16_t conversion; // row in Conversions()
+    int16_t datum;         // row in Datums()
+    int16_t unit;          // row in Units()
+    int16_t conversion;    // row in Conversions()
+    double degreesPerUnit; // geographic: degrees in one axis unit (0.9 for the grad)
     const char *name;
 };
 

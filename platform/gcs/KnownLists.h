@@ -43,6 +43,10 @@ public:
     // answer; otherwise, among the equal entries, current codes come before deprecated ones,
     // then the lowest code.
     int FindSystem(const GCSDef &system, bool approximate, bool ignoreLinearUnit) const;
+    // The same, preferring the entry of preferredCode (such as the code the definition was
+    // built from) over the system's own code; 0 prefers none.
+    int FindSystem(const GCSDef &system, bool approximate, bool ignoreLinearUnit,
+                   int32_t preferredCode) const;
 };
 
 // Geodetic datums. Index 0 is the unknown datum, 1 a user-defined template (method

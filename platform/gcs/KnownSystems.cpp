@@ -20,6 +20,7 @@ ProjectionParameters ParametersFromRow(const epsg::SystemRow &row, const DatumDe
     params.ellipsoid = datum.GetEllipsoid();
     if (row.conversion < 0) {
         params.method = ProjectionMethod::Geographic;
+        params.linearScale = 1.0 / row.degreesPerUnit;
         return params;
     }
     const epsg::ConversionRow &conversion =
@@ -117,6 +118,11 @@ int CSList::FindByPOSCNumber(int32_t code) const {
 }
 
 int CSList::FindSystem(const GCSDef &system, bool approximate, bool ignoreLinearUnit) const {
+    return FindSystem(system, approximate, ignoreLinearUnit, system.GetPOSC());
+}
+
+int CSList::FindSystem(const GCSDef &system, bool approximate, bool ignoreLinearUnit,
+                       int32_t preferredCode) const {
     const GCSDef query = ignoreLinearUnit ? InMetres(system) : system;
     auto matches = [&](int index) {
         const GCSDef &entry = *GetSystem(index);
@@ -125,7 +131,7 @@ int CSList::FindSystem(const GCSDef &system, bool approximate, bool ignoreLinear
         return ignoreLinearUnit ? InMetres(entry).Compare(query, approximate, nullptr)
                                 : entry.Compare(query, approximate, nullptr);
     };
-    const int byCode = system.GetPOSC() != 0 ? FindByPOSCNumber(system.GetPOSC()) : 0;
+    const int byCode = preferredCode != 0 ? FindByPOSCNumber(preferredCode) : 0;
     if (byCode != 0 && matches(byCode))
         return byCode;
     int deprecatedMatch = 0;

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "Comparison.h"
+#include "gcs/MethodParameters.h"
 #include "shr/Format.h"
 
 namespace gcs {
@@ -58,21 +59,59 @@ bool ValidateScalesAndFlags(const ProjectionParameters &p, std::wstring &problem
     return problem.empty();
 }
 
+// How a parameter is compared: its tolerance follows its kind.
+enum class Kind { Length, Longitude, Angle, Scale };
+
+struct ComparedValue {
+    ID id;
+    const wchar_t *name;
+    Kind kind;
+};
+
+constexpr ComparedValue kComparedValues[] = {
+    {ID::LinearScale, L"linear scale", Kind::Scale},
+    {ID::XOrg, L"false easting", Kind::Length},
+    {ID::YOrg, L"false northing", Kind::Length},
+    {ID::Lon0, L"Lon0", Kind::Longitude},
+    {ID::Lon1, L"Lon1", Kind::Longitude},
+    {ID::Lon2, L"Lon2", Kind::Longitude},
+    {ID::Lat0, L"Lat0", Kind::Angle},
+    {ID::Lat1, L"Lat1", Kind::Angle},
+    {ID::Lat2, L"Lat2", Kind::Angle},
+    {ID::ScaleFactor, L"scale factor", Kind::Scale},
+    {ID::Azimuth, L"azimuth", Kind::Angle},
+    {ID::GridAngle, L"grid angle", Kind::Angle},
+    {ID::Height, L"height", Kind::Length},
+};
+
+double ComparedNumber(const ProjectionParameters &p, ID id) {
+    const double value = p.Get(id);
+    return id == ID::LinearScale && value == 0.0 ? 1.0 : value; // 0 means metres
+}
+
+bool CompareValue(const ComparedValue &v, double a, double b, Comparison &compare) {
+    switch (v.kind) {
+    case Kind::Length:
+        return compare.Length(v.name, a, b);
+    case Kind::Longitude:
+        return compare.Longitude(v.name, a, b);
+    case Kind::Angle:
+        return compare.Angle(v.name, a, b);
+    case Kind::Scale:
+        return compare.Scale(v.name, a, b);
+    }
+    return false;
+}
+
+// Only the values the method reads; both sides have the same method and option bits here.
 bool CompareValues(const ProjectionParameters &a, const ProjectionParameters &b,
                    Comparison &compare) {
-    const double scaleA = a.linearScale == 0.0 ? 1.0 : a.linearScale;
-    const double scaleB = b.linearScale == 0.0 ? 1.0 : b.linearScale;
-    return compare.Scale(L"linear scale", scaleA, scaleB) &&
-           compare.Length(L"false easting", a.xOrg, b.xOrg) &&
-           compare.Length(L"false northing", a.yOrg, b.yOrg) &&
-           compare.Longitude(L"Lon0", a.lon0, b.lon0) &&
-           compare.Longitude(L"Lon1", a.lon1, b.lon1) &&
-           compare.Longitude(L"Lon2", a.lon2, b.lon2) && compare.Angle(L"Lat0", a.lat0, b.lat0) &&
-           compare.Angle(L"Lat1", a.lat1, b.lat1) && compare.Angle(L"Lat2", a.lat2, b.lat2) &&
-           compare.Scale(L"scale factor", a.scaleFactor, b.scaleFactor) &&
-           compare.Angle(L"azimuth", a.azimuth, b.azimuth) &&
-           compare.Angle(L"grid angle", a.gridAngle, b.gridAngle) &&
-           compare.Length(L"height", a.height, b.height);
+    for (const ComparedValue &v : kComparedValues) {
+        if (MethodUsesParameter(a.method, a.option, v.id) &&
+            !CompareValue(v, ComparedNumber(a, v.id), ComparedNumber(b, v.id), compare))
+            return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -104,12 +143,18 @@ bool ProjectionDef::CompareParameters(const ProjectionDef &other, bool approxima
     const ProjectionParameters &a = params_;
     const ProjectionParameters &b = other.params_;
     Comparison compare(approximate, difference);
+    const int32_t optionBits = MethodOptionBits(a.method);
     if (!compare.Integer(L"projection method", static_cast<int>(a.method),
                          static_cast<int>(b.method)) ||
-        !compare.Integer(L"option word", a.option, b.option) ||
-        !compare.Integer(L"south flag", a.south, b.south) || !CompareValues(a, b, compare))
+        !compare.Integer(L"option word", a.option & optionBits, b.option & optionBits))
         return false;
-    if (!a.ellipsoid.CompareParameters(b.ellipsoid, approximate))
+    if (MethodUsesParameter(a.method, a.option, ID::South) &&
+        !compare.Integer(L"south flag", a.south, b.south))
+        return false;
+    if (!CompareValues(a, b, compare))
+        return false;
+    if (MethodUsesParameter(a.method, a.option, ID::Ellipsoid) &&
+        !a.ellipsoid.CompareParameters(b.ellipsoid, approximate))
         return compare.Fail(L"ellipsoid differs: " + DescribeEllipsoid(a.ellipsoid) + L" and " +
                             DescribeEllipsoid(b.ellipsoid));
     return true;

@@ -12,7 +12,8 @@ namespace gcs {
 enum class ProjectionParameterID : int32_t {
     Method = 1,      // a ProjectionMethod value
     Ellipsoid = 2,   // not a number: GetEllipsoid / SetEllipsoid
-    LinearScale = 3, // units of the projected coordinates per metre; 0 means not given (metres)
+    LinearScale = 3, // units of the projected coordinates per metre, 0 meaning metres;
+                     // Geographic: axis units per degree (10/9 for grads)
     XOrg = 4,        // false easting, metres
     YOrg = 5,        // false northing, metres
     Lon0 = 6,        // longitude of origin (or of the projection centre)
@@ -88,8 +89,9 @@ public:
     // what is wrong.
     bool Validate(std::wstring *why = nullptr) const;
 
-    // Same method and parameters, names ignored. Linear scale 0 counts as 1. Parameters a
-    // method does not use are compared too, so build both sides the same way. approximate:
+    // Same method and parameters, names ignored. Linear scale 0 counts as 1. Only what the
+    // method reads is compared (MethodUsesParameter, MethodOptionBits): a Geographic
+    // projection's ellipsoid is left to the datum. approximate:
     // angles within 1e-9 degree, lengths within 1 mm, scales within 1e-10 relative, and
     // ellipsoids by EllipsoidDef::CompareParameters(…, true); otherwise exact. difference
     // (optional) receives a description of the first difference.

@@ -21,15 +21,23 @@ enum class ImageSignature { TooShort, Unknown, Tiff, MrSID, Jpeg2000 };
 // What the first bytes of a file say it is (at least 4 bytes are needed).
 ImageSignature DetectImageSignature(const lt_uint8 *bytes, size_t size);
 
+// The seam names no engine: each registers itself for the signatures it reads, and whoever
+// builds readers (a host, the plug-in's entry, a test) registers them first.
+using EngineMaker = std::function<std::unique_ptr<LTIImageEngine>()>;
+
+// Makes `maker` the engine for `signature` for every reader of the process, replacing any
+// earlier one; an empty maker removes it.
+void RegisterEngine(ImageSignature signature, EngineMaker maker);
+
 // Makes the engine for a signature; null with a recorded status when there is none.
 using EngineFactory = std::function<std::unique_ptr<LTIImageEngine>(ImageSignature)>;
 
-// Replaces the engine choice for every reader of the process (tests inject engines of their
-// own); an empty factory restores the built-in choice.
+// Overrides the registered engines for every reader of the process (tests inject engines of
+// their own); an empty factory restores the registered ones.
 void SetEngineFactory(EngineFactory factory);
 
-// The engine for `signature` from the installed factory or the built-in choice; on null,
-// `status` says why.
+// The engine for `signature` from the installed factory or the registered engines; on null,
+// `status` says why ("no engine for ..." when nothing is registered for the signature).
 std::unique_ptr<LTIImageEngine> MakeEngine(ImageSignature signature, LT_STATUS &status);
 
 } // namespace LizardTech

@@ -23,7 +23,8 @@ constexpr StatusText kStatusTexts[] = {
      "this is a MrSID image; decoding it needs the vendor's MrSID Decode SDK, which is not "
      "included in this build"},
     {LTI_STS_Jpeg2000EngineMissing,
-     "this is a JPEG 2000 image; no JPEG 2000 decoding engine is included in this build yet"},
+     "this is a JPEG 2000 image; this build has no JPEG 2000 decoding engine (the native "
+     "build reads JPEG 2000 with OpenJPEG)"},
     {LTI_STS_UnsupportedImage, "the image uses a layout this reader does not support"},
     {LTI_STS_CorruptImage, "the image is corrupt"},
     {LTI_STS_DecodeFailed, "decoding the image data failed"},

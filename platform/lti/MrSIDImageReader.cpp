@@ -1,9 +1,9 @@
 // Engine choice by signature and forwarding to the engine.
 #include "MrSIDImageReader.h"
 
-#include "GeoTiffEngine.h"
-
+#include <map>
 #include <mutex>
+#include <string>
 
 namespace LizardTech {
 namespace {
@@ -16,6 +16,42 @@ std::mutex &FactoryMutex() {
 EngineFactory &InstalledFactory() {
     static EngineFactory factory;
     return factory;
+}
+
+std::map<ImageSignature, EngineMaker> &RegisteredEngines() {
+    static std::map<ImageSignature, EngineMaker> engines;
+    return engines;
+}
+
+const char *SignatureName(ImageSignature signature) {
+    switch (signature) {
+    case ImageSignature::Tiff:
+        return "TIFF";
+    case ImageSignature::MrSID:
+        return "MrSID";
+    case ImageSignature::Jpeg2000:
+        return "JPEG 2000";
+    default:
+        return "this";
+    }
+}
+
+// Why no engine reads `signature` when none is registered for it.
+LT_STATUS NoEngine(ImageSignature signature) {
+    switch (signature) {
+    case ImageSignature::MrSID:
+        return setLastStatus(LTI_STS_MrSIDEngineMissing, "");
+    case ImageSignature::Jpeg2000:
+        return setLastStatus(LTI_STS_Jpeg2000EngineMissing, "");
+    case ImageSignature::TooShort:
+        return setLastStatus(LTI_STS_NotAnImage, "the file is shorter than any image header");
+    case ImageSignature::Unknown:
+        return setLastStatus(LTI_STS_NotAnImage, "unknown file signature");
+    default:
+        return setLastStatus(LTI_STS_NotAnImage, std::string("no engine for ") +
+                                                     SignatureName(signature) +
+                                                     " images is registered");
+    }
 }
 
 bool StartsWith(const lt_uint8 *bytes, size_t size, const char *magic, size_t magicSize) {
@@ -44,6 +80,14 @@ ImageSignature DetectImageSignature(const lt_uint8 *bytes, size_t size) {
     return ImageSignature::Unknown;
 }
 
+void RegisterEngine(ImageSignature signature, EngineMaker maker) {
+    std::lock_guard<std::mutex> lock(FactoryMutex());
+    if (maker)
+        RegisteredEngines()[signature] = std::move(maker);
+    else
+        RegisteredEngines().erase(signature);
+}
+
 void SetEngineFactory(EngineFactory factory) {
     std::lock_guard<std::mutex> lock(FactoryMutex());
     InstalledFactory() = std::move(factory);
@@ -51,33 +95,25 @@ void SetEngineFactory(EngineFactory factory) {
 
 std::unique_ptr<LTIImageEngine> MakeEngine(ImageSignature signature, LT_STATUS &status) {
     EngineFactory factory;
+    EngineMaker maker;
     {
         std::lock_guard<std::mutex> lock(FactoryMutex());
         factory = InstalledFactory();
+        const auto found = RegisteredEngines().find(signature);
+        if (found != RegisteredEngines().end())
+            maker = found->second;
     }
     status = LT_STS_Success;
     if (factory) {
         auto engine = factory(signature);
         if (!engine)
-            status = setLastStatus(LTI_STS_NotAnImage, "no engine for this signature");
+            status = setLastStatus(LTI_STS_NotAnImage, std::string("no engine for ") +
+                                                           SignatureName(signature) + " images");
         return engine;
     }
-    switch (signature) {
-    case ImageSignature::Tiff:
-        return MakeGeoTiffEngine();
-    case ImageSignature::MrSID:
-        status = setLastStatus(LTI_STS_MrSIDEngineMissing, "");
-        break;
-    case ImageSignature::Jpeg2000:
-        status = setLastStatus(LTI_STS_Jpeg2000EngineMissing, "");
-        break;
-    case ImageSignature::TooShort:
-        status = setLastStatus(LTI_STS_NotAnImage, "the file is shorter than any image header");
-        break;
-    case ImageSignature::Unknown:
-        status = setLastStatus(LTI_STS_NotAnImage, "unknown file signature");
-        break;
-    }
+    if (maker)
+        return maker();
+    status = NoEngine(signature);
     return nullptr;
 }
 

@@ -54,6 +54,15 @@ void LogExceptionInfo(const wchar_t* module, const wchar_t* sourceFile, int line
                             DescribeCurrentException().c_str()));
 }
 
+void LogExceptionInfoAndRethrowIfUnknown(const wchar_t* module, const wchar_t* sourceFile,
+                                         int line) {
+    LogExceptionInfo(module, sourceFile, line);
+    try {
+        throw;
+    } catch (const std::exception&) {
+    }
+}
+
 ScopedLogMessage::ScopedLogMessage(std::wstring text) : text_(std::move(text)) {
     LogMessage(text_ + L" begin");
 }

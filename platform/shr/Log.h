@@ -13,6 +13,11 @@ void LogMessage(const std::wstring& line);
 // Logs the exception being handled (call only inside a catch block) with its origin.
 void LogExceptionInfo(const wchar_t* module, const wchar_t* sourceFile, int line);
 
+// Logs the exception being handled like LogExceptionInfo; one that is not a std::exception is
+// not understood here and is rethrown after logging.
+void LogExceptionInfoAndRethrowIfUnknown(const wchar_t* module, const wchar_t* sourceFile,
+                                         int line);
+
 // Logs "<text> begin" on construction and "<text> end" on destruction.
 class ScopedLogMessage {
 public:

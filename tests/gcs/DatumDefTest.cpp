@@ -27,18 +27,6 @@ DatumDef SevenParameters() {
     return datum;
 }
 
-TEST(DatumDef, ParametersByIdRoundTrip) {
-    const DatumDef datum = SevenParameters();
-    EXPECT_EQ(datum.GetParameter(ID::Method), 3.0);
-    EXPECT_EQ(datum.GetParameter(ID::UserDefined), 1.0);
-    EXPECT_TRUE(datum.IsUserDefined());
-    EXPECT_EQ(datum.GetParameter(ID::ShiftY), 160.0);
-    EXPECT_EQ(datum.GetParameter(ID::RotationZ), 0.3);
-    EXPECT_EQ(datum.GetParameter(ID::Scale), 1.5);
-    EXPECT_EQ(datum.GetEllipsoid(), kClarke1866);
-    EXPECT_EQ(datum.GetParameter(ID::Ellipsoid), 0.0);
-}
-
 TEST(DatumDef, RefusesIdsOfTheWrongKind) {
     DatumDef datum;
     EXPECT_FALSE(datum.SetParameter(ID::Method, 2.0)); // through SetMethod only

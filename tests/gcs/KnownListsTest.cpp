@@ -1,4 +1,4 @@
-// The generated EPSG lists: their shape, well-known entries, and the searches over them.
+// The generated EPSG lists: complete, findable, and the searches over them.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -16,17 +16,11 @@ using gcs::GCSKnownDatumsList;
 using gcs::GCSKnownEllipsoidsList;
 using gcs::GCSKnownLinearUnitsList;
 using gcs::GCSKnownSystemsList;
-using gcs::ProjectionMethod;
-namespace Option = gcs::ProjectionOption;
 
 const GCSDef &System(int32_t code) {
     const int index = GCSKnownSystemsList.FindByPOSCNumber(code);
     EXPECT_NE(index, 0) << "EPSG:" << code << " is not in the list";
     return *GCSKnownSystemsList.GetSystem(index);
-}
-
-const gcs::ProjectionParameters &Params(int32_t code) {
-    return System(code).GetProjection()->GetParameters();
 }
 
 // Counts from the generator's report ("systems<TAB>6103<TAB>...").
@@ -93,84 +87,8 @@ TEST(KnownLists, UnknownCodesAreNotFound) {
     EXPECT_EQ(GCSKnownEllipsoidsList.EnumToken(1), "");
 }
 
-// Values as EPSG publishes them (in their units), converted here by hand.
-TEST(KnownLists, WellKnownProjectedSystems) {
-    const auto &utm = Params(32610);
-    EXPECT_EQ(utm.method, ProjectionMethod::UTM);
-    EXPECT_EQ(utm.lon0, -123.0);
-    EXPECT_EQ(utm.scaleFactor, 0.9996);
-    EXPECT_EQ(utm.xOrg, 500000.0);
-    EXPECT_EQ(utm.south, 0);
-    const auto &south = Params(32733);
-    EXPECT_EQ(south.method, ProjectionMethod::UTM);
-    EXPECT_EQ(south.south, 1);
-    EXPECT_EQ(south.lon0, 15.0);
-    EXPECT_EQ(south.yOrg, 10000000.0);
-
-    const auto &california = Params(2227); // NAD83 / California zone 3 (ftUS)
-    EXPECT_EQ(california.method, ProjectionMethod::LambertConformalConic2SP);
-    EXPECT_NEAR(california.lat1, 38.0 + 26.0 / 60.0, 1e-12);
-    EXPECT_NEAR(california.lat2, 37.0 + 4.0 / 60.0, 1e-12);
-    EXPECT_EQ(california.lat0, 36.5);
-    EXPECT_EQ(california.lon0, -120.5);
-    EXPECT_NEAR(california.xOrg, 2000000.0, 1e-3);
-    EXPECT_NEAR(california.yOrg, 500000.0, 1e-3);
-    EXPECT_NEAR(california.linearScale, 3937.0 / 1200.0, 1e-12);
-    EXPECT_EQ(System(2227).GetDatum()->GetPOSC(), 6269);
-
-    const auto &bng = Params(27700);
-    EXPECT_EQ(bng.method, ProjectionMethod::TransverseMercator);
-    EXPECT_EQ(bng.scaleFactor, 0.9996012717);
-    EXPECT_EQ(bng.yOrg, -100000.0);
-    EXPECT_EQ(bng.ellipsoid.GetPOSC(), 7001);
-
-    const auto &lambertII = Params(27572); // grads, Paris meridian
-    EXPECT_EQ(lambertII.method, ProjectionMethod::LambertConformalConic1SP);
-    EXPECT_NEAR(lambertII.lat0, 46.8, 1e-12);
-    EXPECT_EQ(lambertII.lon0, 0.0);
-    EXPECT_NEAR(System(27572).GetDatum()->GetParameter(gcs::DatumParameterID::PrimeMeridian),
-                2.33722917, 1e-12);
-}
-
-TEST(KnownLists, MethodsBeyondTheConicsAndTransverseMercators) {
-    struct Case {
-        int32_t code;
-        ProjectionMethod method;
-        int32_t option;
-    };
-    const Case cases[] = {
-        {3857, ProjectionMethod::PseudoMercator, 0},
-        {3395, ProjectionMethod::Mercator, 0},
-        {3031, ProjectionMethod::Stereographic, Option::PolarVariantB},
-        {5514, ProjectionMethod::Krovak, Option::NorthOrientated},
-        {5515, ProjectionMethod::Krovak, Option::Modified},
-        {2056, ProjectionMethod::HotineObliqueMercator, 0},
-        {3035, ProjectionMethod::LambertAzimuthalEqualArea, 0},
-        {27200, ProjectionMethod::NewZealandMapGrid, 0},
-        {8857, ProjectionMethod::EqualEarth, 0},
-        {6933, ProjectionMethod::CylindricalEqualArea, 0},
-        {2048, ProjectionMethod::TransverseMercatorSouth, 0},
-        {4326, ProjectionMethod::Geographic, 0},
-    };
-    for (const Case &c : cases) {
-        const auto &p = Params(c.code);
-        EXPECT_EQ(p.method, c.method) << c.code;
-        EXPECT_EQ(p.option, c.option) << c.code;
-    }
-    EXPECT_EQ(Params(3031).lat0, -90.0); // the pole the variant B projection is centred on
-    EXPECT_EQ(Params(3031).lat1, -71.0);
-    EXPECT_NEAR(Params(2056).lat0, 46.0 + 57.0 / 60 + 8.66 / 3600, 1e-12);
-    EXPECT_EQ(Params(2056).gridAngle, 90.0);
-    EXPECT_NEAR(Params(5514).azimuth, 30.0 + 17.0 / 60 + 17.30311 / 3600, 1e-9);
-    EXPECT_FALSE(System(4326).HasProjection(false, true));
-}
-
-TEST(KnownLists, DatumsEllipsoidsAndUnits) {
-    const gcs::DatumDef &wgs84 =
-        *GCSKnownDatumsList.GetDatum(GCSKnownDatumsList.FindByPOSCNumber(6326));
-    EXPECT_EQ(wgs84.GetMethod(), gcs::DatumMethod::ThreeParameter);
-    EXPECT_EQ(wgs84.GetEllipsoid().GetPOSC(), 7030);
-    EXPECT_EQ(wgs84.GetParameter(gcs::DatumParameterID::ShiftX), 0.0);
+// Searches by name and token; the values themselves are compared with PROJ by the peer tests.
+TEST(KnownLists, DatumsAndEllipsoidsByNameAndToken) {
     EXPECT_EQ(GCSKnownDatumsList.FindByName(L"North American Datum 1983"),
               GCSKnownDatumsList.FindByPOSCNumber(6269));
     EXPECT_TRUE(GCSKnownDatumsList.GetDatum(0)->IsUnknown());
@@ -179,19 +97,12 @@ TEST(KnownLists, DatumsEllipsoidsAndUnits) {
     const int clarke = GCSKnownEllipsoidsList.FindByToken("ELLIPSOID_CLARKE_1866");
     ASSERT_GE(clarke, GCSKnownEllipsoidsList.First());
     EXPECT_EQ(GCSKnownEllipsoidsList.EnumPOSC(clarke), 7008);
-    EXPECT_EQ(GCSKnownEllipsoidsList.GetEllipsoid(clarke)->GetMinorRadius(), 6356583.8);
     EXPECT_EQ(GCSKnownEllipsoidsList.FindByToken(L"ellipsoid_clarke_1866"), clarke);
     EXPECT_EQ(GCSKnownEllipsoidsList.FindByToken("ELLIPSOID_CLARKE"), -1);
     // Two EPSG ellipsoids share a name; the current one keeps the plain token.
     EXPECT_EQ(GCSKnownEllipsoidsList.EnumPOSC(
                   GCSKnownEllipsoidsList.FindByToken("ELLIPSOID_GRS_1980_AUTHALIC_SPHERE")),
               7048);
-
-    const int foot = GCSKnownLinearUnitsList.FindByPOSCNumber(9002);
-    EXPECT_EQ(GCSKnownLinearUnitsList.EnumDivider(foot), 3.280839895013123);
-    EXPECT_EQ(GCSKnownLinearUnitsList.EnumName(foot), L"foot");
-    EXPECT_EQ(GCSKnownLinearUnitsList.EnumDivider(GCSKnownLinearUnitsList.FindByPOSCNumber(9036)),
-              0.001);
 }
 
 TEST(KnownLists, EllipsoidsByDimensions) {

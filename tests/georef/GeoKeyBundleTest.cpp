@@ -101,7 +101,7 @@ TEST(GeoKeyBundle, TextSeparatorNeedsMoreThanOneCharacter) {
     uint16_t words[4];
     two.GetEntry(a, words);
     EXPECT_EQ(words[3], 0);
-    EXPECT_EQ(words[1], kGeoAsciiParamsTag);
+    EXPECT_EQ(words[1], tiff::kTagGeoAsciiParams);
     two.GetEntry(b, words);
     EXPECT_EQ(words[3], 3);
     EXPECT_EQ(words[2], 1);
@@ -157,7 +157,7 @@ TEST(GeoKeyBundle, DoublesAppendWithOffsets) {
     uint16_t words[4];
     bundle.GetEntry(second, words);
     EXPECT_EQ((std::vector<uint16_t>(words, words + 4)),
-              (std::vector<uint16_t>{3078, kGeoDoubleParamsTag, 2, 1}));
+              (std::vector<uint16_t>{3078, tiff::kTagGeoDoubleParams, 2, 1}));
     EXPECT_EQ(bundle.Doubles().size(), 3u);
     EXPECT_EQ(bundle.GetCount(none), 0u);
     EXPECT_EQ(bundle.GetDouble(none), 0.0);

@@ -5,6 +5,8 @@
 #include "TestFiles.h"
 #include "TiffBuilder.h"
 
+#include "engines/OpenEngines.h"
+#include "lti/LTIImageEngine.h"
 #include "shr/Strings.h"
 
 #include <gtest/gtest.h>
@@ -15,6 +17,11 @@ namespace {
 
 const std::wstring kOpenPrefix = L"Failed opening MrSID file:  ";
 const std::wstring kReported = L"\nThe MrSID reader reported an error:  ";
+#ifndef IOSID_HAVE_JPEG2000
+const std::wstring kNoJpeg2000 = L"this is a JPEG 2000 image; this build has no JPEG 2000 "
+                                 L"decoding engine (the native build reads JPEG 2000 with "
+                                 L"OpenJPEG)";
+#endif
 const std::wstring kReadFailed = L"Failed reading or decoding scanline data from MrSID file.";
 
 // An 8 x 8 grey image; its strip bytes are split evenly over 8 / rowsPerStrip strips.
@@ -51,10 +58,17 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
         {"image.sid", std::string("msid\x01\x02\x03\x04junk", 12),
          L"this is a MrSID image; decoding it needs the vendor's MrSID Decode SDK, which is not "
          L"included in this build"},
+#ifdef IOSID_HAVE_JPEG2000
         {"image.jp2", std::string("\0\0\0\x0CjP  \r\n\x87\n\0\0", 14),
-         L"this is a JPEG 2000 image; no JPEG 2000 decoding engine is included in this build yet"},
+         L"the image is corrupt: JPEG 2000 structure: a box header runs past the end of its "
+         L"container"},
         {"image.j2k", std::string("\xFF\x4F\xFF\x51\0\0", 6),
-         L"this is a JPEG 2000 image; no JPEG 2000 decoding engine is included in this build yet"},
+         L"the image is corrupt: JPEG 2000 codestream: a main header marker runs past the "
+         L"codestream"},
+#else
+        {"image.jp2", std::string("\0\0\0\x0CjP  \r\n\x87\n\0\0", 14), kNoJpeg2000},
+        {"image.j2k", std::string("\xFF\x4F\xFF\x51\0\0", 6), kNoJpeg2000},
+#endif
         {"jpeg.tif", GreyTiff(7, Ramp(64)),
          L"the image uses a layout this reader does not support: Compression 7 (only none, LZW, "
          L"Deflate and PackBits are decoded)"},
@@ -77,6 +91,20 @@ TEST(SidFileErrors, MissingFile) {
     EXPECT_EQ(reader.GetErrorText(), kOpenPrefix + path + kReported +
                                          L"the input stream could not be opened: the file "
                                          L"could not be opened");
+}
+
+TEST(SidFileErrors, TiffWithoutARegisteredEngineNamesTheMissingEngine) {
+    const std::wstring path =
+        sidtest::Wide(sidtest::WriteScratch("plain.tif", GreyTiff(1, Ramp(64))));
+    LizardTech::RegisterEngine(LizardTech::ImageSignature::Tiff, nullptr);
+    SidInterface reader;
+    const bool opened = reader.Open(path);
+    engines::RegisterOpenEngines();
+    EXPECT_FALSE(opened);
+    EXPECT_EQ(reader.GetErrorText(), kOpenPrefix + path + kReported +
+                                         L"the file is not an image this reader recognizes: no "
+                                         L"engine for TIFF images is registered");
+    EXPECT_TRUE(reader.Open(path));
 }
 
 TEST(SidFileErrors, TruncatedStructureFailsOpening) {

@@ -1,18 +1,39 @@
 // Strip decoding: every compression, predictors through the decoder, and the status codes.
-#include "LzwTestCodec.h"
-#include "StripTestData.h"
 #include "Subsystems/TiffImage/TiffDecodeStrip.h"
 #include "Subsystems/TiffImage/TiffLzw.h"
+#include "Subsystems/TiffImage/TiffRead.h"
+#include "Subsystems/TiffImage/TiffSource.h"
+#include "support/Encoders.h"
+#include "support/TiffWriter.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <random>
 #include <string>
 
 namespace {
 
-using namespace tiff::test;
+using namespace testsupport;
+
+// A directory holding only the tags the strip decoder reads.
+tiff::TiffDirectory StripDirectory(uint32_t compression, uint32_t predictor, uint32_t bitsPerSample,
+                                   uint32_t samplesPerPixel) {
+    tiff::TiffDirectory dir;
+    for (auto [tag, value] : {std::pair{258u, bitsPerSample},
+                              {259u, compression},
+                              {277u, samplesPerPixel},
+                              {317u, predictor}}) {
+        tiff::TiffEntry e;
+        e.tag = static_cast<uint16_t>(tag);
+        e.type = tiff::kTypeLong;
+        e.count = 1;
+        std::memcpy(e.value, &value, 4);
+        dir.entries.push_back(e);
+    }
+    return dir;
+}
 
 const std::wstring kDecoderFile = L"Subsystems/TiffImage/TiffDecodeStrip";
 
@@ -47,10 +68,18 @@ struct StripRun {
 // Decodes `payload` as the one strip of a tiny file; `compressedSize` 0 means the payload's size.
 StripRun Decode(const tiff::TiffDirectory &dir, const Bytes &payload, uint32_t rows,
                 uint32_t decodedSize, bool bigEndian = false, uint32_t compressedSize = 0) {
+    // The payload ends the file, so that reading past it reads past the end.
+    TiffWriter writer(bigEndian);
+    writer.AddUInts(writer.AddDirectory(), 256, kShort, {1});
+    writer.SetDataLast(true);
+    writer.AddBlob(payload);
+    Bytes file = writer.Build();
+    file.resize(file.size() - payload.size() % 2);
+    const auto payloadAt = static_cast<uint32_t>(file.size() - payload.size());
     tiff::CTiffReader reader;
-    EXPECT_TRUE(OpenTinyTiff(reader, bigEndian, payload));
+    EXPECT_TRUE(reader.Open(tiff::MakeMemorySource(std::move(file)), L"memory.tif"));
     StripRun run{false, Bytes(decodedSize, 0xEE), {}};
-    run.ok = tiff::ImageDecodeStrip(reader, dir, kPayloadOffset, rows,
+    run.ok = tiff::ImageDecodeStrip(reader, dir, payloadAt, rows,
                                     compressedSize ? compressedSize
                                                    : static_cast<uint32_t>(payload.size()),
                                     decodedSize, run.out.data());

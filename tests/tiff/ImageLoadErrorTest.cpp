@@ -1,27 +1,27 @@
 // Image loader: bad or unsupported layouts and bad strip data end with their status codes.
-#include "ImageModel.h"
 #include "Subsystems/TiffImage/TiffImageLoad.h"
+#include "support/ImageModel.h"
 
 #include <gtest/gtest.h>
 
+using testsupport::Bytes;
+using testsupport::Directory;
+using testsupport::ImageModel;
 using tiff::CTiffReader;
 using tiff::TiffImageLoader;
-using tifftest::BuiltDirectory;
-using tifftest::Bytes;
-using tifftest::ImageModel;
-using tifftest::SetUInts;
-using tifftest::TiffFileBuilder;
+
+using testsupport::TiffWriter;
 
 namespace {
 
-using Edit = std::function<void(TiffFileBuilder &, BuiltDirectory &)>;
+using Edit = std::function<void(TiffWriter &, Directory &)>;
 
 Edit Set(uint16_t tag, std::vector<uint64_t> values, uint16_t type = 3) {
-    return [=](TiffFileBuilder &b, BuiltDirectory &d) { SetUInts(b, d, tag, type, values); };
+    return [=](TiffWriter &b, Directory &d) { b.SetUInts(d, tag, type, values); };
 }
 
 Edit Remove(uint16_t tag) {
-    return [=](TiffFileBuilder &, BuiltDirectory &d) {
+    return [=](TiffWriter &, Directory &d) {
         std::erase_if(d.entries, [&](const auto &e) { return e.tag == tag; });
     };
 }
@@ -92,10 +92,10 @@ const ErrorCase kCases[] = {
      [](ImageModel &m) {
          m.tiled = true;
          m.chunkHeight = 16;
-         m.edit = [](TiffFileBuilder &b, BuiltDirectory &d) {
-             SetUInts(b, d, 322, 4, {65536});
-             SetUInts(b, d, 323, 4, {65536});
-             SetUInts(b, d, 258, 3, {32});
+         m.edit = [](TiffWriter &b, Directory &d) {
+             b.SetUInts(d, 322, 4, {65536});
+             b.SetUInts(d, 323, 4, {65536});
+             b.SetUInts(d, 258, 3, {32});
          };
      },
      Stage::Open, -4, L"TiffChunkGrid"},
@@ -199,9 +199,7 @@ TEST(LoadErrors, ListTagsClaimingMoreValuesThanHeldReadAsEmpty) {
     } cases[] = {{99, 0x7FFFFFFF}, {0, 0xFFFFFFFF}, {3, 0x7FFFFFFF}};
     for (const auto &c : cases) {
         ImageModel m;
-        m.edit = [&](TiffFileBuilder &b, BuiltDirectory &d) {
-            b.AddRaw(d, 338, c.type, c.count, 8);
-        };
+        m.edit = [&](TiffWriter &b, Directory &d) { b.AddRaw(d, 338, c.type, c.count, 8); };
         CTiffReader reader;
         const Bytes file = m.Build();
         if (!reader.Open(tiff::MakeMemorySource(file), L"m")) {

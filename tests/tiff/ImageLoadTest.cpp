@@ -1,16 +1,16 @@
 // Image loader: whole images, windows and row-by-row reads of synthetic images in every
 // layout; bounded reading; the statuses of bad layouts.
-#include "ImageModel.h"
 #include "Subsystems/TiffImage/TiffImageLoad.h"
+#include "support/ImageModel.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
+using testsupport::Bytes;
+using testsupport::ImageModel;
 using tiff::CTiffReader;
 using tiff::TiffImageLoader;
-using tifftest::Bytes;
-using tifftest::ImageModel;
 
 namespace {
 
@@ -248,7 +248,7 @@ private:
 TEST(LoaderReads, UncompressedStripLargerThanAnyBlock) {
     // One 2.5 GB uncompressed strip: read a few rows at a time, never as a whole.
     const uint64_t side = 50000;
-    tifftest::TiffFileBuilder b(false, false);
+    testsupport::TiffWriter b(false, false);
     auto &d = b.AddDirectory();
     b.AddUInts(d, 256, 4, {side});
     b.AddUInts(d, 257, 4, {side});
@@ -297,7 +297,7 @@ TEST(Loader, ReversedFillOrderOfUncompressedBits) {
                 byte = r;
             }
     };
-    m.edit = [](tifftest::TiffFileBuilder &b, tifftest::BuiltDirectory &d) {
+    m.edit = [](testsupport::TiffWriter &b, testsupport::Directory &d) {
         b.AddUInts(d, 266, 3, {2});
     };
     CTiffReader reader;
@@ -313,7 +313,7 @@ TEST(Loader, DescribesColormapExtraSamplesAndSubfiles) {
     ImageModel m;
     m.bps = 2;
     m.spp = 2;
-    m.edit = [](tifftest::TiffFileBuilder &b, tifftest::BuiltDirectory &d) {
+    m.edit = [](testsupport::TiffWriter &b, testsupport::Directory &d) {
         std::vector<uint64_t> colormap(12);
         for (size_t i = 0; i < colormap.size(); ++i)
             colormap[i] = i * 1000;

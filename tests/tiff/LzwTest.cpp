@@ -1,7 +1,8 @@
 // LZW decoder: round trips in both bit orders, code widths and clears, warnings, pending strings
 // across calls and corrupt streams.
-#include "LzwTestCodec.h"
+#include "Subsystems/TiffImage/TiffLog.h"
 #include "Subsystems/TiffImage/TiffLzw.h"
+#include "support/Encoders.h"
 
 #include <gtest/gtest.h>
 
@@ -11,11 +12,11 @@
 
 namespace {
 
-using tiff::test::kClear;
-using tiff::test::kEoi;
-using tiff::test::LzwCodeWriter;
-using tiff::test::LzwEncode;
-using tiff::test::LzwEncodeOptions;
+constexpr uint32_t kClear = testsupport::kLzwClear;
+constexpr uint32_t kEoi = testsupport::kLzwEoi;
+using testsupport::LzwCodeWriter;
+using testsupport::LzwEncode;
+using testsupport::LzwEncodeOptions;
 using Bytes = std::vector<uint8_t>;
 
 const std::string kOldStyleWarning = "TIFFWarning():  Old-style LZW codes, convert file\n";
@@ -232,6 +233,17 @@ TEST(Lzw, OldStyleWarningOncePerState) {
     tiff::LZWCleanup(state);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "TIFFWarning(LZWPreDecode):  Old-style LZW codes, convert file\n");
+}
+
+TEST(Lzw, WarningsGoToTheInstalledSink) {
+    std::vector<std::string> lines;
+    tiff::SetTiffWarningSink([&lines](const std::string &line) { lines.push_back(line); });
+    const Bytes data = ImageLike(500, 3);
+    const std::string printed =
+        DecodeStrip(LzwEncode(data, {.oldStyle = true}), data.size()).printed;
+    tiff::SetTiffWarningSink(nullptr);
+    EXPECT_EQ(printed, "");
+    EXPECT_EQ(lines, std::vector<std::string>{"TIFFWarning():  Old-style LZW codes, convert file"});
 }
 
 TEST(Lzw, MisuseAndFailuresAreSticky) {

@@ -1,11 +1,11 @@
 // File sources: the mapped source seeks and reads exactly as the stream source does, lends its
 // bytes, and is chosen by OpenFileSource only for files it can map; images load the same
 // through every source, with the last strip or tile ending the file on a page boundary.
-#include "ImageModel.h"
-#include "LzwTestCodec.h"
 #include "Subsystems/TiffImage/TiffImageLoad.h"
 #include "Subsystems/TiffImage/TiffSource.h"
 #include "shr/Strings.h"
+#include "support/Encoders.h"
+#include "support/ImageModel.h"
 
 #include <gtest/gtest.h>
 
@@ -19,10 +19,10 @@
 #include <sys/mman.h>
 #endif
 
+using testsupport::Bytes;
+using testsupport::ImageModel;
 using tiff::CTiffReader;
 using tiff::TiffSource;
-using tifftest::Bytes;
-using tifftest::ImageModel;
 
 namespace {
 
@@ -189,7 +189,7 @@ TEST(FileSource, MapsWhatItCanAndStreamsTheRest) {
 
 // A classic header whose one directory (ImageWidth 5) follows it.
 Bytes TinyHeader() {
-    tifftest::TiffFileBuilder b(false, false);
+    testsupport::TiffWriter b(false, false);
     b.AddUInts(b.AddDirectory(), 256, 3, {5});
     return b.Build();
 }
@@ -294,8 +294,8 @@ public:
         auto *end = const_cast<unsigned char *>(data + size);
         if (end == reserved_)
             return true;
-        void *p = mmap(end, kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE,
-                       -1, 0);
+        void *p =
+            mmap(end, kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
         if (p == end) {
             claimed_ = end;
             return true;
@@ -336,10 +336,6 @@ const ImageCase kImages[] = {
      [](ImageModel &m) {
          m.compression = 5;
          m.spp = 3;
-         m.editChunks = [](std::vector<Bytes> &chunks) {
-             for (Bytes &c : chunks)
-                 c = tiff::test::LzwEncode(c);
-         };
      }},
     {"deflate_pred2_tiles_be",
      [](ImageModel &m) {

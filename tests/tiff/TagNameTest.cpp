@@ -35,23 +35,19 @@ TEST(TagNames, Lookups) {
         EXPECT_EQ(TiffTagName(c.tag), c.name) << c.tag;
 }
 
-TEST(TagNames, TableShape) {
+// Every row is reachable by lookup: no tag appears twice, and no row hides behind another.
+TEST(TagNames, EveryRowIsFound) {
     size_t count = 0;
     const tiff::TiffTagNameRow *rows = tiff::TiffTagNameRows(count);
-    ASSERT_EQ(count, 96u);
-    EXPECT_EQ(rows[0].tag, 254);
-    EXPECT_EQ(rows[95].tag, 347);
-    EXPECT_EQ(rows[96].tag, 0);
-    EXPECT_TRUE(rows[96].name.empty());
     std::set<int32_t> tags;
     for (size_t i = 0; i < count; ++i) {
         tags.insert(rows[i].tag);
         for (wchar_t ch : rows[i].name)
             EXPECT_TRUE(std::iswupper(ch) || std::iswdigit(ch) || ch == L'_') << rows[i].tag;
-        // Every row is reachable by lookup.
         EXPECT_EQ(TiffTagName(rows[i].tag), rows[i].name);
     }
     EXPECT_EQ(tags.size(), count);
+    EXPECT_EQ(rows[count].tag, 0); // the terminator
 }
 
 TEST(TagNames, ReferencesAreSharedAndThreadSafe) {

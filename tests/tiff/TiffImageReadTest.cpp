@@ -1,6 +1,6 @@
 // TiffImageRead: its own error record with the fixed lines, image count and tag lookup.
 #include "Subsystems/TiffImage/TiffImageRead.h"
-#include "TiffFileBuilder.h"
+#include "support/TiffWriter.h"
 
 #include <gtest/gtest.h>
 
@@ -73,7 +73,7 @@ TEST(TiffImageRead, CountsImagesAndFindsTags) {
 }
 
 TEST(TiffImageRead, FindTagReturnsTheFirstOfDuplicates) {
-    tifftest::TiffFileBuilder b(false, false);
+    testsupport::TiffWriter b(false, false);
     auto &d = b.AddDirectory();
     b.AddUInts(d, 256, 3, {10});
     b.AddUInts(d, 256, 3, {20});

@@ -1,16 +1,18 @@
 // CTiffReader: header and chain rules, status codes on bad input, byte-order handling.
 #include "Subsystems/TiffImage/TiffRead.h"
-#include "TiffFileBuilder.h"
+#include "support/TiffWriter.h"
 
 #include <gtest/gtest.h>
+
+#include <cstring>
 
 #include <cstdio>
 #include <functional>
 
+using testsupport::Directory;
+using testsupport::TiffWriter;
 using tiff::CTiffReader;
 using tiff::TiffEntry;
-using tifftest::BuiltDirectory;
-using tifftest::TiffFileBuilder;
 
 namespace {
 
@@ -22,7 +24,7 @@ bool OpenBytes(CTiffReader &reader, const Bytes &bytes) {
 
 // The smallest valid classic file: one directory with one inline entry, padded to 28 bytes.
 Bytes Minimal28() {
-    TiffFileBuilder b(false, false);
+    TiffWriter b(false, false);
     b.AddUInts(b.AddDirectory(), 256, 3, {7});
     Bytes bytes = b.Build();
     bytes.resize(28, 0);
@@ -32,8 +34,8 @@ Bytes Minimal28() {
 // Test files are padded to this length so that offsets can be aimed at its end.
 constexpr uint64_t kPaddedLength = 128;
 
-Bytes WithDirectories(bool bigTiff, int count, const std::function<void(TiffFileBuilder &)> &edit) {
-    TiffFileBuilder b(false, bigTiff);
+Bytes WithDirectories(bool bigTiff, int count, const std::function<void(TiffWriter &)> &edit) {
+    TiffWriter b(false, bigTiff);
     for (int i = 0; i < count; ++i) {
         auto &d = b.AddDirectory();
         b.AddUInts(d, 256, 3, {static_cast<uint64_t>(i + 1)});
@@ -200,7 +202,7 @@ TEST(Reader, LoopsEndTheChainAtTheRepeatedDirectory) {
         size_t expected;
     } cases[] = {{1, 0, 0, 1}, {3, 2, 0, 3}, {3, 2, 1, 3}, {4, 1, 1, 2}};
     for (const auto &c : cases) {
-        TiffFileBuilder b(true, false);
+        TiffWriter b(true, false);
         for (int i = 0; i < c.directories; ++i)
             b.AddUInts(b.AddDirectory(), 256, 3, {static_cast<uint64_t>(i)});
         Bytes plain = b.Build();
@@ -264,7 +266,7 @@ TEST(Reader, SubDirectoriesAppendAfterTheChain) {
             const uint16_t type = bigTiff && c.type == 13  ? 18
                                   : bigTiff && c.type == 4 ? 16
                                                            : c.type;
-            TiffFileBuilder b(true, bigTiff);
+            TiffWriter b(true, bigTiff);
             for (int i = 0; i < 4; ++i) {
                 auto &d = b.AddDirectory();
                 b.AddUInts(d, 256, 3, {static_cast<uint64_t>(i + 10)});
@@ -330,7 +332,7 @@ TEST(Reader, SubDirectoriesOfTheLoopFixture) {
 
 TEST(Reader, VersionDecidesTheLayout) {
     // Version 41 is read as classic; 43 as BigTIFF with 20-byte entries and 8-byte counts.
-    TiffFileBuilder classic(false, false);
+    TiffWriter classic(false, false);
     classic.SetVersion(41);
     classic.AddUInts(classic.AddDirectory(), 256, 4, {123456});
     Bytes bytes = classic.Build();
@@ -340,7 +342,7 @@ TEST(Reader, VersionDecidesTheLayout) {
     EXPECT_FALSE(reader.IsBigTiff());
     EXPECT_EQ(reader.Directories()[0].GetUInt(256, 0), 123456u);
 
-    TiffFileBuilder big(true, true);
+    TiffWriter big(true, true);
     auto &d = big.AddDirectory();
     big.AddUInts(d, 256, 16, {0x123456789ull});
     big.AddUInts(d, 257, 3, {1, 2, 3, 4});
@@ -427,7 +429,7 @@ TEST(Reader, SourceFailures) {
 }
 
 TEST(Reader, ResourceCapsRecordMinus4) {
-    TiffFileBuilder b(false, true);
+    TiffWriter b(false, true);
     auto &d = b.AddDirectory();
     for (uint64_t i = 0; i <= CTiffReader::kMaxEntriesPerDirectory; ++i)
         b.AddUInts(d, 256, 3, {i});
@@ -436,7 +438,7 @@ TEST(Reader, ResourceCapsRecordMinus4) {
     EXPECT_EQ(reader.ErrorCode(), -4);
 
     // Many entries sharing one large value block would need far more memory than the file.
-    TiffFileBuilder shared(false, false);
+    TiffWriter shared(false, false);
     auto &s = shared.AddDirectory();
     for (int i = 0; i < 200; ++i)
         shared.AddRaw(s, 300 + i, 1, 60000, 8);

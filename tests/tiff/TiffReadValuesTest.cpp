@@ -1,14 +1,14 @@
 // Entry values in machine order: the same file in both byte orders and both layouts.
 #include "Subsystems/TiffImage/TiffRead.h"
-#include "TiffFileBuilder.h"
+#include "support/TiffWriter.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
+using testsupport::TiffWriter;
 using tiff::CTiffReader;
 using tiff::TiffEntry;
-using tifftest::TiffFileBuilder;
 
 namespace {
 
@@ -19,7 +19,7 @@ uint64_t FloatBits(float f) {
 }
 
 std::vector<unsigned char> BuildSample(bool bigEndian, bool bigTiff) {
-    TiffFileBuilder b(bigEndian, bigTiff);
+    TiffWriter b(bigEndian, bigTiff);
     auto &d = b.AddDirectory();
     b.AddUInts(d, 256, 3, {300});
     b.AddUInts(d, 530, 3, {2, 1});

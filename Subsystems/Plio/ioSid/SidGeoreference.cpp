@@ -11,6 +11,7 @@
 #include <cctype>
 #include <cmath>
 #include <cstring>
+#include <string>
 
 using namespace LizardTech;
 
@@ -18,7 +19,9 @@ namespace {
 
 constexpr const char *kProjectedCSTypeKey = "GEOTIFF_NUM::3072:";
 constexpr const char *kProjLinearUnitsKey = "GEOTIFF_NUM::3076:";
-constexpr size_t kKeyPrefixLength = 18;
+// Both prefixes have the same length.
+constexpr size_t kKeyPrefixLength = std::char_traits<char>::length(kProjectedCSTypeKey);
+static_assert(std::char_traits<char>::length(kProjLinearUnitsKey) == kKeyPrefixLength);
 
 bool HasKeyPrefix(const char *name, const char *prefix) {
     if (name == nullptr || std::strlen(name) < kKeyPrefixLength)

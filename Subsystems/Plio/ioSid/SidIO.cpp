@@ -14,6 +14,11 @@ namespace {
 constexpr LT_STATUS kSuccess = 0;
 constexpr LT_STATUS kFailure = 1;
 
+// The stream's destructor record is fixed, source file and line; log readers match on it. It
+// names the reader's source file because the stream is part of the reader's record set.
+const wchar_t kRecordSourceFile[] = L"Subsystems/Plio/ioSid/SidInterface";
+constexpr int kLineDestructor = 122;
+
 } // namespace
 
 SidIO::SidIO(const std::wstring &path, bool openNow) : path(path) {
@@ -27,7 +32,7 @@ SidIO::~SidIO() {
     try {
         file.CloseNoThrow(false);
     } catch (...) {
-        shr::LogExceptionInfo(L"ioSid", L"Subsystems/Plio/ioSid/SidInterface", 122);
+        shr::LogExceptionInfo(L"ioSid", kRecordSourceFile, kLineDestructor);
     }
 }
 

@@ -18,7 +18,15 @@ namespace {
 
 constexpr uint32_t kStripBytes = 16777216; // a strip is sized to just exceed 16 MiB
 constexpr uint32_t kMaxReportedScale = 16384;
+// Deliberately 16834, not 16384: coarser files report this kept value, which is no power of
+// two, so a scale clamped to it is refused by SetScale.
 constexpr uint32_t kOverflowScale = 16834;
+
+// The source lines these records carry are fixed; log readers match on them.
+const wchar_t kSourceFile[] = L"Subsystems/Plio/ioSid/SidInterface";
+constexpr int kLineHolderDestructor = 318;
+constexpr int kLineReaderDestructor = 359;
+constexpr int kLineMissingHolder = 374;
 
 } // namespace
 
@@ -40,7 +48,7 @@ SidInterface::SdkObjects::~SdkObjects() {
     try {
         Release();
     } catch (...) {
-        shr::LogExceptionInfo(L"ioSid", L"Subsystems/Plio/ioSid/SidInterface", 318);
+        shr::LogExceptionInfo(L"ioSid", kSourceFile, kLineHolderDestructor);
     }
 }
 
@@ -50,7 +58,7 @@ SidInterface::~SidInterface() {
     try {
         Close();
     } catch (...) {
-        shr::LogExceptionInfo(L"ioSid", L"Subsystems/Plio/ioSid/SidInterface", 359);
+        shr::LogExceptionInfo(L"ioSid", kSourceFile, kLineReaderDestructor);
     }
 }
 
@@ -81,7 +89,7 @@ uint32_t SidInterface::BandCount() const {
 
 bool SidInterface::Open(const std::wstring &path) {
     if (!objects)
-        shr::ThrowInternalError(L"ioSid", L"Subsystems/Plio/ioSid/SidInterface", 374);
+        shr::ThrowInternalError(L"ioSid", kSourceFile, kLineMissingHolder);
     ReleaseObjects();
     if (!BuildPipeline(path))
         return false;

@@ -72,7 +72,8 @@ class Emitter:
     def systems(self, systems):
         self.table("SystemRow", "kSystems", (
             f"{s['code']}, {cpp_bool(s['deprecated'])}, {s['datum']}, {s['unit']}, "
-            f"{s['conversion']}, {cpp_string(s['name'])}" for s in systems))
+            f"{s['conversion']}, {cpp_double(s['degrees_per_unit'])}, {cpp_string(s['name'])}"
+            for s in systems))
 
     def text(self):
         head = [

@@ -24,6 +24,16 @@ def axis_units(db):
     return result
 
 
+def degrees_per_axis_unit(axis):
+    """Degrees in one unit of the axes: 1 for degrees, 0.9 for grads; None when the axes
+    are in different units or in one that is no plain multiple of the degree."""
+    if axis and axis <= DEGREE_AXIS_UNITS:
+        return 1.0
+    if len(axis) == 1 and next(iter(axis)) in units_mod.DEGREES_PER_UNIT:
+        return units_mod.DEGREES_PER_UNIT[next(iter(axis))]
+    return None
+
+
 def read_geographic(db, cs_units):
     """(systems, left_out) for the EPSG geographic 2D systems."""
     rows = db.execute("select code, name, coordinate_system_code, datum_code, deprecated"
@@ -32,12 +42,14 @@ def read_geographic(db, cs_units):
     systems, left_out = [], []
     for code, name, cs, datum, deprecated in rows:
         axis = cs_units.get(cs, set())
-        if not axis or not axis <= DEGREE_AXIS_UNITS:
-            left_out.append((code, name, mark(f"axes in unit {sorted(axis)}, not degrees",
-                                              deprecated)))
+        degrees = degrees_per_axis_unit(axis)
+        if degrees is None:
+            left_out.append((code, name, mark(f"axes in unit {sorted(axis)}, no multiple of"
+                                              " the degree", deprecated)))
             continue
         systems.append({"code": code, "name": name, "deprecated": bool(deprecated),
-                        "datum": datum, "unit": None, "conversion": None})
+                        "datum": datum, "unit": None, "conversion": None,
+                        "degrees_per_unit": degrees})
     return systems, left_out
 
 
@@ -61,7 +73,8 @@ def read_projected(db, units, cs_units, linear_unit_codes):
             left_out.append((code, name, mark(str(why), deprecated)))
             continue
         systems.append({"code": code, "name": name, "deprecated": bool(deprecated),
-                        "datum": datum, "unit": unit, "conversion": conversion})
+                        "datum": datum, "unit": unit, "conversion": conversion,
+                        "degrees_per_unit": 0.0})
     return systems, left_out
 
 

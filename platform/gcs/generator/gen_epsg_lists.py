@@ -3,9 +3,10 @@
 C++ source from the EPSG dataset in PROJ's proj.db.
 
 Usage: gen_epsg_lists.py --db /usr/share/proj/proj.db --out EpsgTables.cpp
-                         [--report epsg_left_out.txt]
+                         [--report epsg_left_out.txt] [--methods epsg_methods.inc]
 
-The report lists every EPSG entry left out and why, after a summary of the counts.
+The report lists every EPSG entry left out and why, after a summary of the counts; the
+methods file holds the method and parameter tables for the peer tests.
 """
 import argparse
 import os
@@ -14,6 +15,7 @@ import sys
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 import cpp_emit  # noqa: E402
+import epsg_methods  # noqa: E402
 import epsg_read  # noqa: E402
 import epsg_systems  # noqa: E402
 
@@ -93,6 +95,19 @@ def write_report(tables, version, path):
     write_if_changed(path, "\n".join(lines) + "\n")
 
 
+def write_method_table(path):
+    """The method and parameter tables as X-macro rows, so the peer tests compare PROJ's
+    reading with the same mapping the lists were generated with."""
+    lines = ["// EPSG methods and parameters as the library files them (gen_epsg_lists.py).",
+             "// EPSG_METHOD(code, gcs::ProjectionMethod, option bits with O = ProjectionOption)",
+             "// EPSG_PARAMETER(code, gcs::ProjectionParameterID, angle | length | scale)"]
+    for code, (method, options) in epsg_methods.METHODS.items():
+        lines.append(f"EPSG_METHOD({code}, {method}, {cpp_emit.option_expression(options)})")
+    for code, (parameter, kind) in epsg_methods.PARAMETERS.items():
+        lines.append(f"EPSG_PARAMETER({code}, {parameter}, {kind})")
+    write_if_changed(path, "\n".join(lines) + "\n")
+
+
 def write_if_changed(path, text):
     """Leaves an unchanged file alone so that the build does not recompile it."""
     if os.path.exists(path):
@@ -111,6 +126,7 @@ def main():
     parser.add_argument("--db", required=True, help="PROJ's proj.db")
     parser.add_argument("--out", required=True, help="C++ source to write")
     parser.add_argument("--report", help="text file listing what was left out")
+    parser.add_argument("--methods", help="C++ X-macro rows of the method and parameter tables")
     args = parser.parse_args()
     db = epsg_read.open_database(args.db)
     version = dataset_version(db)
@@ -118,6 +134,8 @@ def main():
     write_source(tables, version, args.out)
     if args.report:
         write_report(tables, version, args.report)
+    if args.methods:
+        write_method_table(args.methods)
     left_out = sum(len(entries) for entries in tables["left_out"].values())
     print(f"EPSG lists from {version}: {len(tables['systems'])} systems, "
           f"{len(tables['datums'])} datums, {len(tables['ellipsoids'])} ellipsoids, "

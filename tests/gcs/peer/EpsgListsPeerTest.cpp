@@ -9,11 +9,13 @@
 #include <sstream>
 #include <string>
 
-#include "EpsgPeer.h"
 #include "gcs/KnownLists.h"
 #include "shr/Strings.h"
+#include "support/peer/PeerProj.h"
 
 namespace {
+
+namespace proj = peer::proj;
 
 using gcs::GCSKnownDatumsList;
 using gcs::GCSKnownEllipsoidsList;
@@ -46,7 +48,7 @@ TEST(EpsgListsPeer, EverySystemIsListedOrReportedLeftOut) {
         {PJ_TYPE_GEOGRAPHIC_2D_CRS, "geographic 2D systems"}};
     size_t total = 0;
     for (const auto &[type, section] : kinds) {
-        const std::vector<int> codes = epsgpeer::Codes(type);
+        const std::vector<int> codes = proj::Codes(type);
         total += codes.size();
         const std::set<int> &reported = leftOut[section];
         for (int code : codes) {
@@ -64,9 +66,9 @@ TEST(EpsgListsPeer, DatumsAgree) {
     std::set<int> peerCodes;
     for (PJ_TYPE type : {PJ_TYPE_GEODETIC_REFERENCE_FRAME, PJ_TYPE_DYNAMIC_GEODETIC_REFERENCE_FRAME,
                          PJ_TYPE_DATUM_ENSEMBLE}) {
-        for (int code : epsgpeer::Codes(type)) {
-            epsgpeer::PjPtr datum = epsgpeer::FromDatabase(code, PJ_CATEGORY_DATUM);
-            if (datum && epsgpeer::ReadEllipsoid(datum.get())) // geodetic, not vertical
+        for (int code : proj::Codes(type)) {
+            proj::PjPtr datum = proj::FromDatabase(code, PJ_CATEGORY_DATUM);
+            if (datum && proj::ReadEllipsoid(datum.get())) // geodetic, not vertical
                 peerCodes.insert(code);
         }
     }
@@ -75,9 +77,9 @@ TEST(EpsgListsPeer, DatumsAgree) {
         const gcs::DatumDef &datum = *GCSKnownDatumsList.GetDatum(i);
         SCOPED_TRACE("datum EPSG:" + std::to_string(datum.GetPOSC()));
         ours.insert(datum.GetPOSC());
-        epsgpeer::PjPtr object = epsgpeer::FromDatabase(datum.GetPOSC(), PJ_CATEGORY_DATUM);
+        proj::PjPtr object = proj::FromDatabase(datum.GetPOSC(), PJ_CATEGORY_DATUM);
         ASSERT_TRUE(object);
-        const std::optional<epsgpeer::Datum> peer = epsgpeer::ReadDatum(object.get());
+        const std::optional<proj::Datum> peer = proj::ReadDatum(object.get());
         ASSERT_TRUE(peer.has_value());
         EXPECT_EQ(datum.GetEllipsoid().GetPOSC(), peer->ellipsoid.code);
         EXPECT_NEAR(datum.GetParameter(gcs::DatumParameterID::PrimeMeridian), peer->primeMeridian,
@@ -88,15 +90,15 @@ TEST(EpsgListsPeer, DatumsAgree) {
 }
 
 TEST(EpsgListsPeer, EllipsoidsAgree) {
-    const std::vector<int> codes = epsgpeer::Codes(PJ_TYPE_ELLIPSOID);
+    const std::vector<int> codes = proj::Codes(PJ_TYPE_ELLIPSOID);
     EXPECT_EQ(codes.size(), static_cast<size_t>(GCSKnownEllipsoidsList.Last() - 1));
     for (int code : codes) {
         SCOPED_TRACE("ellipsoid EPSG:" + std::to_string(code));
         const int index = GCSKnownEllipsoidsList.FindByPOSCNumber(code);
         ASSERT_GE(index, GCSKnownEllipsoidsList.First());
         const gcs::EllipsoidDef &ours = *GCSKnownEllipsoidsList.GetEllipsoid(index);
-        epsgpeer::PjPtr object = epsgpeer::FromDatabase(code, PJ_CATEGORY_ELLIPSOID);
-        const std::optional<epsgpeer::Ellipsoid> peer = epsgpeer::ReadEllipsoid(object.get());
+        proj::PjPtr object = proj::FromDatabase(code, PJ_CATEGORY_ELLIPSOID);
+        const std::optional<proj::Ellipsoid> peer = proj::ReadEllipsoid(object.get());
         ASSERT_TRUE(peer.has_value());
         EXPECT_NEAR(ours.GetMajorRadius(), peer->major, 1e-9 * peer->major);
         EXPECT_NEAR(ours.GetMinorRadius(), peer->minor, 1e-9 * peer->minor);
@@ -110,7 +112,7 @@ TEST(EpsgListsPeer, LinearUnitsAgree) {
     const std::set<int> leftOut = LeftOut()["linear units"];
     int count = 0;
     PROJ_UNIT_INFO **units =
-        proj_get_units_from_database(epsgpeer::Context(), "EPSG", "linear", 1, &count);
+        proj_get_units_from_database(proj::Context(), "EPSG", "linear", 1, &count);
     ASSERT_NE(units, nullptr);
     int listed = 0;
     for (int i = 0; i < count; ++i) {
@@ -145,7 +147,7 @@ TEST(EpsgListsPeer, DatumShiftsAgreeWhereProjBindsToWgs84) {
         if (datum.GetMethod() == gcs::DatumMethod::EllipsoidOnly ||
             geographic == geographicOf.end())
             continue;
-        const auto peer = epsgpeer::BoundToWgs84(geographic->second);
+        const auto peer = proj::BoundToWgs84(geographic->second);
         if (!peer)
             continue;
         SCOPED_TRACE("datum EPSG:" + std::to_string(datum.GetPOSC()));

@@ -17,9 +17,11 @@
 #include <string>
 #include <vector>
 
+#include "EpsgMethods.h"
 #include "gcs/GcsFile.h"
 #include "gcs/KnownLists.h"
 #include "shr/Strings.h"
+#include "support/peer/PeerProj.h"
 
 using gcs::ProjectionMethod;
 using gcs::ProjectionParameterID;
@@ -27,22 +29,7 @@ namespace Option = gcs::ProjectionOption;
 
 namespace {
 
-struct PjDeleter {
-    void operator()(PJ *p) const { proj_destroy(p); }
-};
-using PjPtr = std::unique_ptr<PJ, PjDeleter>;
-
-class ProjContext {
-public:
-    ProjContext() : ctx_(proj_context_create()) { proj_log_level(ctx_, PJ_LOG_NONE); }
-    ~ProjContext() { proj_context_destroy(ctx_); }
-    ProjContext(const ProjContext &) = delete;
-    ProjContext &operator=(const ProjContext &) = delete;
-    PJ_CONTEXT *get() const { return ctx_; }
-
-private:
-    PJ_CONTEXT *ctx_;
-};
+using peer::proj::PjPtr;
 
 // What PROJ reads from a WKT string, in our units.
 struct ProjView {
@@ -56,23 +43,6 @@ struct ProjView {
     std::optional<std::vector<double>> towgs84;
     int datumCode = 0;
     double metresPerUnit = 1.0;
-};
-
-// EPSG parameter codes as the library files them (the same table the EPSG lists use).
-const std::map<int, ProjectionParameterID> kEpsgParameters = {
-    {8801, ProjectionParameterID::Lat0},        {8802, ProjectionParameterID::Lon0},
-    {8805, ProjectionParameterID::ScaleFactor}, {8806, ProjectionParameterID::XOrg},
-    {8807, ProjectionParameterID::YOrg},        {8811, ProjectionParameterID::Lat0},
-    {8812, ProjectionParameterID::Lon0},        {8813, ProjectionParameterID::Azimuth},
-    {8814, ProjectionParameterID::GridAngle},   {8815, ProjectionParameterID::ScaleFactor},
-    {8816, ProjectionParameterID::XOrg},        {8817, ProjectionParameterID::YOrg},
-    {8818, ProjectionParameterID::Lat1},        {8819, ProjectionParameterID::ScaleFactor},
-    {8821, ProjectionParameterID::Lat0},        {8822, ProjectionParameterID::Lon0},
-    {8823, ProjectionParameterID::Lat1},        {8824, ProjectionParameterID::Lat2},
-    {8826, ProjectionParameterID::XOrg},        {8827, ProjectionParameterID::YOrg},
-    {8832, ProjectionParameterID::Lat1},        {8833, ProjectionParameterID::Lon0},
-    {1036, ProjectionParameterID::Azimuth},     {1038, ProjectionParameterID::ScaleFactor},
-    {1039, ProjectionParameterID::Height},
 };
 
 // PROJ's own parameter names for methods EPSG does not define.
@@ -115,8 +85,9 @@ void ReadConversion(PJ_CONTEXT *ctx, const PJ *crs, ProjView &view) {
         proj_coordoperation_get_param(ctx, op.get(), i, &pname, &pauth, &pcode, &value, nullptr,
                                       &factor, nullptr, nullptr, nullptr, &category);
         std::optional<ProjectionParameterID> id;
-        if (pcode && kEpsgParameters.count(std::atoi(pcode)))
-            id = kEpsgParameters.at(std::atoi(pcode));
+        const auto &epsg = epsgmethods::Parameters();
+        if (pcode && epsg.count(std::atoi(pcode)))
+            id = epsg.at(std::atoi(pcode)).id;
         else if (pname && kProjParameterNames.count(pname))
             id = kProjParameterNames.at(pname);
         if (!id) {
@@ -172,88 +143,34 @@ std::optional<ProjView> ReadWithProj(PJ_CONTEXT *ctx, const std::string &wkt) {
     return view;
 }
 
-// The EPSG method codes (or PROJ method names) our method and options stand for.
+// The EPSG method codes (or PROJ method names) our method and options stand for: the
+// generator's rows for the method, those with our options when there are such.
 std::set<std::string> ExpectedProjMethods(const gcs::ProjectionParameters &p) {
-    const bool north = p.option & Option::NorthOrientated, modified = p.option & Option::Modified;
-    switch (p.method) {
-    case ProjectionMethod::TransverseMercator:
-    case ProjectionMethod::UTM:
-        return {"9807"};
-    case ProjectionMethod::TransverseMercatorSouth:
-        return {"9808"};
-    case ProjectionMethod::LambertConformalConic1SP:
-        return {"9801"};
-    case ProjectionMethod::LambertConformalConic2SP:
-        return {"9802"};
-    case ProjectionMethod::LambertConformalConicBelgium:
-        return {"9803"};
-    case ProjectionMethod::LambertConformalConicMichigan:
-        return {"1051"};
-    case ProjectionMethod::LambertConformalConicWest:
-        return {"9826"};
-    case ProjectionMethod::LambertConicNearConformal:
-        return {"9817"};
-    case ProjectionMethod::AlbersEqualArea:
-        return {"9822"};
-    case ProjectionMethod::CassiniSoldner:
-        return {"9806"};
-    case ProjectionMethod::Stereographic:
-        if (p.option & Option::PolarVariantA)
-            return {"9810"};
-        if (p.option & Option::PolarVariantB)
-            return {"9829"};
-        if (p.option & Option::PolarVariantC)
-            return {"9830"};
-        return {"9809"};
-    case ProjectionMethod::HotineObliqueMercator:
-        return {p.option & Option::NaturalOrigin ? "9812" : "9815"};
-    case ProjectionMethod::HotineObliqueMercatorTwoPoint:
-        return {"Hotine Oblique Mercator Two Point Natural Origin"};
-    case ProjectionMethod::LabordeObliqueMercator:
-        return {"9813"};
-    case ProjectionMethod::LambertAzimuthalEqualArea:
-        return {"9820", "1027"};
-    case ProjectionMethod::Mercator:
-        return {"9804", "9805"};
-    case ProjectionMethod::PseudoMercator:
-        return {"1024"};
-    case ProjectionMethod::Polyconic:
-        return {"9818"};
-    case ProjectionMethod::Krovak:
-        return {modified ? (north ? "1043" : "1042") : (north ? "1041" : "9819")};
-    case ProjectionMethod::ColombiaUrban:
-        return {"1052"};
-    case ProjectionMethod::EqualEarth:
-        return {"1078"};
-    case ProjectionMethod::Equirectangular:
-        return {"1028", "1029", "9823", "9842"};
-    case ProjectionMethod::CylindricalEqualArea:
-        return {"9835", "9834"};
-    case ProjectionMethod::Bonne:
-        return {p.option & Option::SouthOrientated ? "9828" : "9827"};
-    case ProjectionMethod::NewZealandMapGrid:
-        return {"9811"};
-    case ProjectionMethod::AzimuthalEquidistant:
-        return {"1125", "9832"};
-    case ProjectionMethod::ModifiedAzimuthalEquidistant:
-        return {"9832"};
-    case ProjectionMethod::Orthographic:
-        return {"9840"};
-    case ProjectionMethod::Gnomonic:
-        return {"Gnomonic"};
-    case ProjectionMethod::Sinusoidal:
-        return {"Sinusoidal"};
-    case ProjectionMethod::Robinson:
-        return {"Robinson"};
-    case ProjectionMethod::MillerCylindrical:
-        return {"Miller Cylindrical"};
-    case ProjectionMethod::VanDerGrinten:
-        return {"Van Der Grinten"};
-    case ProjectionMethod::EquidistantConic:
-        return {"1119", "Equidistant Conic"};
-    default:
-        return {};
+    static const std::map<ProjectionMethod, std::set<std::string>> kProjOnly = {
+        {ProjectionMethod::HotineObliqueMercatorTwoPoint,
+         {"Hotine Oblique Mercator Two Point Natural Origin"}},
+        {ProjectionMethod::Gnomonic, {"Gnomonic"}},
+        {ProjectionMethod::Sinusoidal, {"Sinusoidal"}},
+        {ProjectionMethod::Robinson, {"Robinson"}},
+        {ProjectionMethod::MillerCylindrical, {"Miller Cylindrical"}},
+        {ProjectionMethod::VanDerGrinten, {"Van Der Grinten"}},
+        {ProjectionMethod::EquidistantConic, {"1119", "Equidistant Conic"}},
+        {ProjectionMethod::AzimuthalEquidistant, {"9832"}},
+    };
+    const ProjectionMethod method =
+        p.method == ProjectionMethod::UTM ? ProjectionMethod::TransverseMercator : p.method;
+    std::set<std::string> any, exact;
+    for (const auto &[code, form] : epsgmethods::Methods()) {
+        if (form.method != method)
+            continue;
+        any.insert(std::to_string(code));
+        if (form.option == p.option)
+            exact.insert(std::to_string(code));
     }
+    std::set<std::string> expected = exact.empty() ? any : exact;
+    if (kProjOnly.count(method))
+        expected.insert(kProjOnly.at(method).begin(), kProjOnly.at(method).end());
+    return expected;
 }
 
 double OurValue(const gcs::ProjectionParameters &p, ProjectionParameterID id) { return p.Get(id); }
@@ -475,25 +392,19 @@ std::vector<const EpsgCase *> Sample(const std::vector<EpsgCase> &cases) {
 class WktPeer : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        context_ = new ProjContext;
-        projected_ =
-            new std::vector<EpsgCase>(ReadEpsgCases(context_->get(), PJ_TYPE_PROJECTED_CRS));
-        geographic_ =
-            new std::vector<EpsgCase>(ReadEpsgCases(context_->get(), PJ_TYPE_GEOGRAPHIC_2D_CRS));
+        projected_ = new std::vector<EpsgCase>(ReadEpsgCases(ctx(), PJ_TYPE_PROJECTED_CRS));
+        geographic_ = new std::vector<EpsgCase>(ReadEpsgCases(ctx(), PJ_TYPE_GEOGRAPHIC_2D_CRS));
     }
     static void TearDownTestSuite() {
         delete projected_;
         delete geographic_;
-        delete context_;
     }
-    static PJ_CONTEXT *ctx() { return context_->get(); }
+    static PJ_CONTEXT *ctx() { return peer::proj::Context(); }
 
-    static ProjContext *context_;
     static std::vector<EpsgCase> *projected_;
     static std::vector<EpsgCase> *geographic_;
 };
 
-ProjContext *WktPeer::context_ = nullptr;
 std::vector<EpsgCase> *WktPeer::projected_ = nullptr;
 std::vector<EpsgCase> *WktPeer::geographic_ = nullptr;
 

@@ -56,7 +56,7 @@ std::multiset<uint32_t> EntriesPastHeaderCount(const std::string &path) {
     tiff::TiffImageRead file;
     const tiff::TiffEntry *tag = nullptr;
     if (file.OpenFile(shr::AtoW(path)))
-        tag = file.FindTag(0, georef::kGeoKeyDirectoryTag);
+        tag = file.FindTag(0, tiff::kTagGeoKeyDirectory);
     if (!tag || tag->type != tiff::kTypeShort || tag->count < 4)
         return ids;
     const uint16_t *words = reinterpret_cast<const uint16_t *>(tag->Data());

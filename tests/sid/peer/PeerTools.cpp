@@ -1,8 +1,12 @@
 // GDAL peer helpers.
 #include "PeerTools.h"
 
+#include "SidIO.h"
 #include "SidInterface.h"
 
+#include "lti/MrSIDImageReader.h"
+
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -67,12 +71,71 @@ std::string MakeGeoTiff(const std::string &name, const std::string &source,
     return path;
 }
 
+std::string MakeJpeg2000(const std::string &name, const std::string &source,
+                         const std::string &args, const std::string &extension) {
+    const std::string path = BuildPath(name + "." + extension);
+    std::remove(path.c_str());
+    std::remove((path + ".aux.xml").c_str());
+    if (RunQuiet("gdal_translate -q -of JP2OpenJPEG " + args + " " + source + " " + path) != 0)
+        return "";
+    return path;
+}
+
+Image ReadEngine(const std::string &path, uint32_t scale, const uint32_t *region) {
+    using namespace LizardTech;
+    Image image;
+    SidIO stream(std::wstring(path.begin(), path.end()), true);
+    MrSIDImageReader *reader = MrSIDImageReader::create();
+    if (const LT_STATUS status = reader->initialize(&stream, nullptr, MRSID_MEMORY_USAGE_DEFAULT,
+                                                    MRSID_STREAM_USAGE_CREATE)) {
+        image.error = std::string("initialize: ") + getLastStatusString(status);
+        reader->release();
+        return image;
+    }
+    const uint32_t whole[4] = {0, 0, reader->getWidth() - 1, reader->getHeight() - 1};
+    const uint32_t *r = region ? region : whole;
+    image.width = (r[2] - r[0] + 1) / scale;
+    image.height = (r[3] - r[1] + 1) / scale;
+    const LTIPixel &pixel = reader->getPixelProps();
+    const uint32_t bytes = pixel.getNumBytesPerSample(), bands = pixel.getNumBands();
+    image.channels = bytes * bands;
+    LTISceneBuffer buffer(pixel, image.width, image.height);
+    const LTIScene scene(r[0] / scale, r[1] / scale, image.width, image.height, 1.0 / scale);
+    if (const LT_STATUS status = reader->read(scene, buffer)) {
+        image.error = std::string("read: ") + getLastStatusString(status);
+        reader->release();
+        return image;
+    }
+    image.data.resize(size_t{image.width} * image.height * image.channels);
+    for (uint32_t y = 0; y < image.height; ++y)
+        for (uint32_t b = 0; b < bands; ++b) {
+            const uint8_t *row = buffer.getRow(static_cast<lt_uint16>(b), y);
+            for (uint32_t x = 0; x < image.width; ++x)
+                std::copy_n(
+                    row + size_t{x} * bytes, bytes,
+                    &image.data[(size_t{y} * image.width + x) * image.channels + b * bytes]);
+        }
+    reader->release();
+    return image;
+}
+
+namespace {
+
+std::string Narrow(const std::wstring &text) {
+    std::string out;
+    for (wchar_t c : text)
+        out += c < 128 ? static_cast<char>(c) : '?';
+    return out;
+}
+
+} // namespace
+
 Image ReadOurs(const std::string &path, uint32_t scale, const uint32_t *region, int format) {
     Image image;
     SidInterface reader;
     reader.SetFormat(format);
     if (!reader.Open(std::wstring(path.begin(), path.end())) || !reader.SetScale(scale)) {
-        image.error = "open or scale failed";
+        image.error = "open or scale failed: " + Narrow(reader.GetErrorText());
         return image;
     }
     if (region)
@@ -83,7 +146,7 @@ Image ReadOurs(const std::string &path, uint32_t scale, const uint32_t *region, 
     std::vector<uint8_t> row(size_t{image.width} * 4);
     for (uint32_t y = 0; y < image.height; ++y) {
         if (!reader.ReadScanline(y, row.data())) {
-            image.error = "row " + std::to_string(y) + " failed";
+            image.error = "row " + std::to_string(y) + " failed: " + Narrow(reader.GetErrorText());
             return image;
         }
         for (uint32_t x = 0; x < image.width; ++x) {

@@ -25,6 +25,11 @@ std::string MakeSource(const std::string &name, uint32_t width, uint32_t height,
 std::string MakeGeoTiff(const std::string &name, const std::string &source,
                         const std::string &options, const std::string &overviews);
 
+// gdal_translate `source` into JPEG 2000 with the JP2OpenJPEG driver and `args` (creation
+// options, georeferencing); `extension` is "jp2" or "j2k". Returns the path, or "" on failure.
+std::string MakeJpeg2000(const std::string &name, const std::string &source,
+                         const std::string &args, const std::string &extension = "jp2");
+
 struct Image {
     uint32_t width = 0, height = 0;
     uint32_t channels = 0;     // bytes per pixel
@@ -35,6 +40,11 @@ struct Image {
 // Reads through SidInterface: format 4 gives red, green, blue (converted from blue first), 5
 // red, green, blue, alpha; 3 grey.
 Image ReadOurs(const std::string &path, uint32_t scale, const uint32_t *region, int format);
+
+// Reads through the engine alone (no colour or range conversion): pixel-interleaved samples
+// of the image's own type and bands; channels holds the bytes per pixel. `region` as for
+// ReadOurs.
+Image ReadEngine(const std::string &path, uint32_t scale, const uint32_t *region);
 
 // gdal_translate `args` (source window, size, overview...) to pixel-interleaved bytes.
 Image ReadGdal(const std::string &path, const std::string &args, uint32_t channels);

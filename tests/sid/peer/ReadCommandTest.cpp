@@ -1,9 +1,13 @@
 // The `iosid read` command end to end: PNG and raw outputs in every format against the reader
-// and GDAL, the JSON summary, and exit statuses for bad requests.
+// and GDAL, the JSON summary, agreement with `iosid georef`, and exit statuses for bad
+// requests.
 #include "PeerTools.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
+#include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -71,6 +75,55 @@ TEST(ReadCommand, JsonSummaryCarriesSizeScaleAndWarp) {
          {"\"width\": 450", "\"height\": 350", "\"bitsPerPixel\": 24", "\"scale\": 2",
           "\"maxScale\": 4", "\"posc\": 32611", "\"pixel\": [449, 349]"})
         EXPECT_NE(out.find(field), std::string::npos) << field << " in " << out;
+}
+
+nlohmann::json Json(const std::string &command) {
+    return nlohmann::json::parse(Capture(std::string(IOSID_PROGRAM) + " " + command), nullptr,
+                                 false);
+}
+
+// The reader's four-corner warp maps pixel centres (full image at scale 1: output pixel =
+// image pixel); `iosid georef` gives the raster-to-model coefficients of the same tags.
+TEST(ReadCommand, AgreesWithGeorefOnEveryFixture) {
+    int warps = 0, codes = 0;
+    for (const auto &entry :
+         std::filesystem::directory_iterator(std::string(IOSID_TESTDATA) + "/geotiff")) {
+        const std::string file = entry.path().string();
+        if (entry.path().extension() != ".tif")
+            continue;
+        const nlohmann::json read =
+            Json("read " + file + " -o " + BuildPath("agree.raw") + " --json");
+        const nlohmann::json georef = Json("georef --json " + file);
+        const nlohmann::json keys = Json("geokeys --json " + file);
+        ASSERT_FALSE(read.is_discarded() || georef.is_discarded() || keys.is_discarded()) << file;
+        const nlohmann::json &points = read["georeferencing"]["points"];
+        // The reader names a system only by the file's ProjectedCSType code; the GeoTIFF module
+        // also recognises systems by their parameters, so only the reader's codes must agree.
+        if (read["georeferencing"]["posc"] != 0) {
+            EXPECT_EQ(read["georeferencing"]["posc"], georef["code"]) << file;
+            ++codes;
+        }
+        if (points.empty())
+            continue;
+        const nlohmann::json &c = georef["warp"]["coefficients"];
+        ASSERT_TRUE(c.is_array()) << file;
+        const double half = keys["params"].value("GTRasterType", 0) == 2 ? 0.0 : 0.5;
+        for (const nlohmann::json &point : points) {
+            const double u = point["pixel"][0].get<double>() + half;
+            const double v = point["pixel"][1].get<double>() + half;
+            const double x = point["map"][0], y = point["map"][1];
+            const double tolerance = 1e-9 * (1 + std::fabs(x) + std::fabs(y));
+            EXPECT_NEAR(x, c[0].get<double>() * u + c[1].get<double>() * v + c[2].get<double>(),
+                        tolerance)
+                << file;
+            EXPECT_NEAR(y, c[3].get<double>() * u + c[4].get<double>() * v + c[5].get<double>(),
+                        tolerance)
+                << file;
+        }
+        ++warps;
+    }
+    EXPECT_GE(warps, 3);
+    EXPECT_GE(codes, 10);
 }
 
 TEST(ReadCommand, ExitStatuses) {

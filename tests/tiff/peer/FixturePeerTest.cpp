@@ -1,5 +1,5 @@
 // Every fixture image: directories, layout tags and pixels compared with libtiff.
-#include "PeerSupport.h"
+#include "OurLoader.h"
 
 #include "Subsystems/TiffImage/TiffRead.h"
 

@@ -1,6 +1,6 @@
 // iosid tiff-dump and tiff-decode end to end: output bytes against libtiff, JSON, exit statuses
 // and the one-line failure report.
-#include "PeerSupport.h"
+#include "OurLoader.h"
 
 #include <gtest/gtest.h>
 
@@ -14,28 +14,10 @@
 
 namespace {
 
-struct CommandResult {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
+using peer::CommandResult;
+using peer::ReadFile;
 
-std::string Slurp(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-CommandResult Iosid(const std::string &args) {
-    const std::string base = peer::ScratchDir() + "/cli";
-    const std::string command =
-        std::string(IOSID_PROGRAM) + " " + args + " >" + base + ".out 2>" + base + ".err";
-    const int raw = std::system(command.c_str());
-    CommandResult run;
-    run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    run.out = Slurp(base + ".out");
-    run.err = Slurp(base + ".err");
-    return run;
-}
+CommandResult Iosid(const std::string &args) { return peer::Run(IOSID_PROGRAM " " + args); }
 
 std::string Fixture(const char *name) { return std::string(IOSID_TESTDATA) + "/" + name; }
 
@@ -47,20 +29,20 @@ TEST(TiffCommands, DecodeWritesWhatLibtiffDecodes) {
                                                         {"tiff/tiff_with_subifd_chain.tif", 1},
                                                         {"geotiff/byte.tif", 0}};
     for (const auto &[name, image] : images) {
-        const std::string out = peer::ScratchDir() + "/cli.raw";
+        const std::string out = peer::ScratchPath("cli.raw");
         const CommandResult run = Iosid("tiff-decode " + Fixture(name) + " --image " +
                                         std::to_string(image) + " -o " + out);
         peer::Raster theirs;
         std::string message;
         ASSERT_TRUE(peer::LibtiffRead(Fixture(name), image, theirs, message)) << message;
         ASSERT_EQ(run.status, 0) << name << ": " << run.err;
-        EXPECT_EQ(Slurp(out), std::string(theirs.bytes.begin(), theirs.bytes.end())) << name;
+        EXPECT_EQ(ReadFile(out), std::string(theirs.bytes.begin(), theirs.bytes.end())) << name;
         EXPECT_NE(run.out.find("width: " + std::to_string(theirs.width) + "\n"), std::string::npos);
         EXPECT_NE(run.out.find("bits per sample: " + std::to_string(theirs.bps) + "\n"),
                   std::string::npos);
     }
     const CommandResult first = Iosid("tiff-decode " + Fixture("geotiff/byte.tif") + " -o " +
-                                      peer::ScratchDir() + "/cli.raw --json");
+                                      peer::ScratchPath("cli.raw") + " --json");
     ASSERT_EQ(first.status, 0);
     EXPECT_NE(
         first.out.find("\"width\":20,\"height\":20,\"samplesPerPixel\":1,\"bitsPerSample\":8"),
@@ -73,15 +55,15 @@ TEST(TiffCommands, FailuresPrintOneLine) {
         std::string args;
         std::string pattern;
     } cases[] = {
-        {"tiff-decode " + Fixture("tiff/testfax4.tiff") + " -o " + peer::ScratchDir() + "/x.raw",
+        {"tiff-decode " + Fixture("tiff/testfax4.tiff") + " -o " + peer::ScratchPath("x.raw"),
          "iosid: [^\n]*testfax4.tiff: Subsystems/TiffImage/TiffImageLoad line [0-9]+: status -6\n"},
         {"tiff-decode " + Fixture("tiff/test_float64_predictor2_le_lzw.tif") + " -o " +
-             peer::ScratchDir() + "/x.raw",
+             peer::ScratchPath("x.raw"),
          "iosid: [^\n]*le_lzw.tif: Subsystems/TiffImage/TiffDecodeStrip line [0-9]+: status -5\n"},
-        {"tiff-dump " + peer::ScratchDir() + "/none.tif",
+        {"tiff-dump " + peer::ScratchPath("none.tif"),
          "iosid: [^\n]*none.tif: Subsystems/TiffImage/TiffRead line [0-9]+: status -2\n"},
-        {"tiff-decode " + Fixture("geotiff/byte.tif") + " --image 5 -o " + peer::ScratchDir() +
-             "/x.raw",
+        {"tiff-decode " + Fixture("geotiff/byte.tif") + " --image 5 -o " +
+             peer::ScratchPath("x.raw"),
          "iosid: [^\n]*byte.tif: Subsystems/TiffImage/TiffImageInfo line [0-9]+: status -1\n"},
     };
     for (const Case &c : cases) {
@@ -102,7 +84,7 @@ TEST(TiffCommands, DumpListsEveryEntry) {
     EXPECT_NE(text.out.find("\"NAD27 / UTM zone 11N|\""), std::string::npos);
     for (const char *name :
          {"tiff/custom_dir_EXIF_GPS.tiff", "tiff/test_ifd_loop_subifd.tif", "geotiff/byte.tif"}) {
-        const std::string json = peer::ScratchDir() + "/dump.json";
+        const std::string json = peer::ScratchPath("dump.json");
         const CommandResult run = Iosid("tiff-dump --json " + Fixture(name));
         ASSERT_EQ(run.status, 0) << name;
         std::ofstream(json) << run.out;

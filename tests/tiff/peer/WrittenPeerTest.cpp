@@ -1,6 +1,6 @@
 // Images written by libtiff in every container, layout, sample size, compression and predictor
 // we read: our tags and pixels must match what was written and what libtiff reads back.
-#include "PeerSupport.h"
+#include "OurLoader.h"
 
 #include "Subsystems/TiffImage/TiffImageLoad.h"
 #include "Subsystems/TiffImage/TiffRead.h"
@@ -168,9 +168,9 @@ TEST_P(WrittenPeer, MatchesWhatWasWritten) {
     const Case &c = GetParam();
     const std::vector<peer::Raster> images = {MakeImage(c, c.width, c.height, 1),
                                               MakeImage(c, c.width / 2 + 1, c.height / 2 + 1, 2)};
-    const std::string path = peer::ScratchDir() + "/" + CaseName(c) + ".tif";
+    const std::string path = peer::ScratchPath(CaseName(c) + ".tif");
     peer::WriteLayout layout{c.compression, c.predictor,  c.samples.planar, c.format.sampleFormat,
-                         c.tiled,       c.chunkWidth, c.chunkHeight};
+                             c.tiled,       c.chunkWidth, c.chunkHeight};
     std::string message;
     ASSERT_TRUE(peer::LibtiffWrite(path, c.container.mode, layout, images, message)) << message;
 
@@ -225,11 +225,13 @@ TEST(WrittenPeerLarge, SingleUncompressedStrips) {
     for (const Case &c : cases) {
         SCOPED_TRACE(CaseName(c));
         const peer::Raster image = MakeImage(c, c.width, c.height, 3);
-        const std::string path = peer::ScratchDir() + "/large_" + CaseName(c) + ".tif";
-        peer::WriteLayout layout{c.compression, c.predictor,  c.samples.planar, c.format.sampleFormat,
-                             c.tiled,       c.chunkWidth, c.chunkHeight};
+        const std::string path = peer::ScratchPath("large_" + CaseName(c) + ".tif");
+        peer::WriteLayout layout{c.compression,         c.predictor, c.samples.planar,
+                                 c.format.sampleFormat, c.tiled,     c.chunkWidth,
+                                 c.chunkHeight};
         std::string message;
-        ASSERT_TRUE(peer::LibtiffWrite(path, c.container.mode, layout, {image}, message)) << message;
+        ASSERT_TRUE(peer::LibtiffWrite(path, c.container.mode, layout, {image}, message))
+            << message;
         peer::Raster ours;
         shr::ErrorRecord error;
         ASSERT_TRUE(peer::OurRead(path, 0, ours, error)) << error.code;

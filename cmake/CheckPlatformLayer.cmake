@@ -1,0 +1,20 @@
+# Fails when a file under ROOT/platform includes a header from a layer above it
+# (Subsystems/, georef/, engines/ or apps/). Usage: cmake -DROOT=<source dir> -P <this file>
+# [-DEXTRA=<file>] checks one more file as if it were under platform/ (for testing the check).
+file(GLOB_RECURSE files ${ROOT}/platform/*.h ${ROOT}/platform/*.cpp)
+if(EXTRA)
+    list(APPEND files ${EXTRA})
+endif()
+set(offenders "")
+foreach(file ${files})
+    file(STRINGS ${file} includes REGEX "^[ \t]*#[ \t]*include[ \t]*[\"<][^\">]*(Subsystems|georef|engines|apps)/")
+    foreach(line ${includes})
+        file(RELATIVE_PATH name ${ROOT} ${file})
+        string(STRIP "${line}" line)
+        list(APPEND offenders "${name}: ${line}")
+    endforeach()
+endforeach()
+if(offenders)
+    list(JOIN offenders "\n  " text)
+    message(FATAL_ERROR "platform/ must not include system, engine or host code:\n  ${text}")
+endif()

@@ -1,0 +1,417 @@
+// The image writers: output checks, rows written as received, no file left by a failed write.
+#include "ImageWriter.h"
+
+#ifdef IOSID_HOST_HAVE_TIFF
+#include "PeerTools.h"
+#include "gcs/GCSDef.h"
+#include "gcs/KnownLists.h"
+#include "gcs/UCSDef.h"
+
+#include <tiffio.h>
+#endif
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace iosid::host;
+
+fs::path FreshFolder(const std::string &name) {
+    const fs::path folder = fs::path(IOSID_BUILD_DIR) / "writers" / name;
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    return folder;
+}
+
+std::vector<uint8_t> ReadBytes(const fs::path &path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
+}
+
+size_t FileCount(const fs::path &folder) {
+    size_t count = 0;
+    for ([[maybe_unused]] const auto &entry : fs::directory_iterator(folder))
+        ++count;
+    return count;
+}
+
+// Rows of a deterministic pattern in the host's layout for `format`.
+std::vector<std::vector<uint8_t>> PatternRows(RowFormat format, uint32_t width, uint32_t height) {
+    std::vector<std::vector<uint8_t>> rows(height);
+    for (uint32_t y = 0; y < height; ++y) {
+        rows[y].resize(RowBytes(format, width));
+        for (size_t i = 0; i < rows[y].size(); ++i)
+            rows[y][i] = static_cast<uint8_t>(i * 37 + y * 11 + (i * y) % 7);
+    }
+    return rows;
+}
+
+constexpr RowFormat kAllFormats[] = {RowFormat::Bilevel1, RowFormat::Gray4,  RowFormat::Gray8,
+                                     RowFormat::Bgr24,    RowFormat::Bgra32, RowFormat::Bgrx32};
+
+TEST(CheckOutputWritable, RefusesWhatCannotBeWritten) {
+    const fs::path folder = FreshFolder("check");
+    std::ofstream(folder / "plain.txt") << "x";
+    fs::create_directories(folder / "dir.raw");
+    struct Case {
+        std::string path;
+        std::string reason; // empty: accepted
+    };
+    const std::vector<Case> cases = {
+        {(folder / "out.raw").string(), ""},
+        {(folder / "OUT.RAW").string(), ""},
+        {(folder / "out.bmp").string(), "unknown output extension"},
+        {(folder / "out").string(), "unknown output extension"},
+        {"", "no output path"},
+        {(folder / "missing" / "out.raw").string(), "does not exist"},
+        {(folder / "plain.txt" / "out.raw").string(), "does not exist"},
+        {(folder / "dir.raw").string(), "is a directory"},
+#ifndef _WIN32
+        {"/proc/out.raw", "not writable"},
+#endif
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.path);
+        if (c.reason.empty()) {
+            EXPECT_NO_THROW(CheckOutputWritable(c.path));
+            continue;
+        }
+        try {
+            CheckOutputWritable(c.path);
+            ADD_FAILURE() << "accepted";
+        } catch (const std::runtime_error &error) {
+            EXPECT_NE(std::string(error.what()).find(c.reason), std::string::npos) << error.what();
+        }
+    }
+    // The check leaves nothing behind.
+    EXPECT_EQ(FileCount(folder), 2u);
+}
+
+TEST(RawWriter, WritesRowsAsReceived) {
+    const fs::path folder = FreshFolder("raw");
+    for (RowFormat format : kAllFormats) {
+        for (uint32_t width : {1u, 7u, 9u}) {
+            const uint32_t height = 5;
+            SCOPED_TRACE(static_cast<int>(format) * 100 + width);
+            const fs::path path = folder / "out.raw";
+            fs::remove(path);
+            const auto rows = PatternRows(format, width, height);
+            auto writer = CreateImageWriter(path.string(), width, height, format, {}, {});
+            for (uint32_t y = 0; y < height; ++y)
+                writer->WriteRow(y, rows[y].data());
+            EXPECT_FALSE(fs::exists(path)); // not before Commit
+            writer->Commit();
+            std::vector<uint8_t> expected;
+            for (const auto &row : rows)
+                expected.insert(expected.end(), row.begin(), row.end());
+            EXPECT_EQ(ReadBytes(path), expected);
+            writer.reset();
+            EXPECT_EQ(FileCount(folder), 1u);
+        }
+    }
+}
+
+// Each way a write can fail leaves neither the output nor a temporary file.
+TEST(ImageWriter, FailedWriteLeavesNoFile) {
+    struct Case {
+        const char *name;
+        const char *file;
+        uint32_t rowsGiven;
+        bool rowOutOfOrder;
+        bool commit;
+        const char *reason;
+    };
+    const std::vector<Case> cases = {
+        {"abandoned", "a.raw", 2, false, false, ""},
+        {"row skipped", "b.raw", 2, true, false, "row 3 arrived where row 2"},
+        {"commit too early", "c.raw", 3, false, true, "only 3 of 4 rows"},
+#ifdef IOSID_HOST_HAVE_TIFF
+        {"tiff abandoned", "d.tif", 2, false, false, ""},
+        {"tiff commit too early", "e.tif", 1, false, true, "only 1 of 4 rows"},
+#endif
+#ifdef IOSID_HOST_HAVE_PNG
+        {"png abandoned", "f.png", 2, false, false, ""},
+        {"png commit too early", "g.png", 3, false, true, "only 3 of 4 rows"},
+#endif
+    };
+    const fs::path folder = FreshFolder("failed");
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto rows = PatternRows(RowFormat::Bgr24, 6, 4);
+        try {
+            auto writer =
+                CreateImageWriter((folder / c.file).string(), 6, 4, RowFormat::Bgr24, {}, {});
+            for (uint32_t y = 0; y < c.rowsGiven; ++y)
+                writer->WriteRow(y, rows[y].data());
+            if (c.rowOutOfOrder)
+                writer->WriteRow(c.rowsGiven + 1, rows[0].data());
+            if (c.commit)
+                writer->Commit();
+            EXPECT_STREQ(c.reason, "");
+        } catch (const std::runtime_error &error) {
+            EXPECT_NE(std::string(error.what()).find(c.reason), std::string::npos) << error.what();
+            EXPECT_NE(std::string(error.what()).find(c.file), std::string::npos) << error.what();
+        }
+        EXPECT_EQ(FileCount(folder), 0u);
+    }
+    // Empty or absurdly wide images are refused before anything is allocated.
+    const std::vector<std::pair<const char *, uint32_t>> sizes = {
+        {"z.raw", 0},
+        {"z.raw", 0xFFFFFFFFu},
+#ifdef IOSID_HOST_HAVE_TIFF
+        {"z.tif", 3000000},
+#endif
+    };
+    for (const auto &[file, width] : sizes)
+        EXPECT_THROW(
+            CreateImageWriter((folder / file).string(), width, 4, RowFormat::Bgr24, {}, {}),
+            std::runtime_error)
+            << file << " " << width;
+    EXPECT_EQ(FileCount(folder), 0u);
+}
+
+#ifdef IOSID_HOST_HAVE_TIFF
+// The sample a reader should see at (x, y) in `band`, by what the host's row format means.
+int ExpectedSample(RowFormat format, const std::vector<uint8_t> &row, uint32_t x, int band) {
+    switch (format) {
+    case RowFormat::Bilevel1:
+        return (row[x / 8] >> (7 - x % 8)) & 1;
+    case RowFormat::Gray4:
+        return (row[x / 2] >> (x % 2 ? 0 : 4)) & 15;
+    case RowFormat::Gray8:
+        return row[x];
+    case RowFormat::Bgr24:
+        return row[3 * x + (band < 3 ? 2 - band : 0)];
+    case RowFormat::Bgra32:
+    case RowFormat::Bgrx32:
+        return row[4 * x + (band < 3 ? 2 - band : 3)];
+    }
+    return -1;
+}
+
+// Band-sequential bytes as GDAL reads the file.
+std::vector<uint8_t> GdalSamples(const fs::path &path) {
+    const fs::path raw = fs::path(path).replace_extension(".bin");
+    bool ok = false;
+    georefpeer::RunCommand("gdal_translate -q -ot Byte -of ENVI -co INTERLEAVE=BSQ " +
+                               georefpeer::ShellQuote(path.string()) + " " +
+                               georefpeer::ShellQuote(raw.string()),
+                           &ok);
+    EXPECT_TRUE(ok) << path;
+    return ReadBytes(raw);
+}
+
+// Bits, samples, photometric, compression, extra sample kind (0: none) and tiling, by libtiff.
+std::array<int, 6> ReadTags(const fs::path &path) {
+    std::array<int, 6> tags{};
+    TIFF *tiff = TIFFOpen(path.string().c_str(), "r");
+    uint16_t value = 0, count = 0, *extra = nullptr;
+    int k = 0;
+    for (ttag_t tag :
+         {TIFFTAG_BITSPERSAMPLE, TIFFTAG_SAMPLESPERPIXEL, TIFFTAG_PHOTOMETRIC, TIFFTAG_COMPRESSION})
+        tags[k++] = tiff && TIFFGetField(tiff, tag, &value) ? value : -1;
+    if (tiff && TIFFGetField(tiff, TIFFTAG_EXTRASAMPLES, &count, &extra) && count == 1)
+        tags[4] = extra[0];
+    tags[5] = tiff && TIFFIsTiled(tiff);
+    if (tiff)
+        TIFFClose(tiff);
+    return tags;
+}
+
+// Every row format, compressed every way, read back by libtiff (layout) and GDAL (pixels).
+TEST(TiffAndPngWriters, PeersReadTheRowsWritten) {
+    using Compression = ImageWriterOptions::Compression;
+    struct Case {
+        RowFormat format;
+        Compression compression;
+        const char *file;
+        int bits, samples, photometric, compressionTag;
+    };
+    const std::vector<Case> cases = {
+        {RowFormat::Bilevel1, Compression::None, "b1.tif", 1, 1, PHOTOMETRIC_MINISBLACK, 1},
+        {RowFormat::Gray4, Compression::Lzw, "g4.tif", 4, 1, PHOTOMETRIC_MINISBLACK, 5},
+        {RowFormat::Gray8, Compression::Deflate, "g8.tif", 8, 1, PHOTOMETRIC_MINISBLACK, 8},
+        {RowFormat::Bgr24, Compression::Lzw, "c24.tif", 8, 3, PHOTOMETRIC_RGB, 5},
+        {RowFormat::Bgra32, Compression::Deflate, "c32a.tif", 8, 4, PHOTOMETRIC_RGB, 8},
+        {RowFormat::Bgrx32, Compression::None, "c32x.tif", 8, 4, PHOTOMETRIC_RGB, 1},
+#ifdef IOSID_HOST_HAVE_PNG
+        {RowFormat::Bilevel1, Compression::None, "b1.png", 0, 0, 0, 0},
+        {RowFormat::Gray4, Compression::None, "g4.png", 0, 0, 0, 0},
+        {RowFormat::Bgra32, Compression::None, "c32a.png", 0, 0, 0, 0},
+#endif
+    };
+    // Wider and taller than one tile, neither a multiple of it.
+    const uint32_t width = 300, height = 261;
+    const fs::path folder = FreshFolder("peers");
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.file);
+        const fs::path path = folder / c.file;
+        const auto rows = PatternRows(c.format, width, height);
+        ImageWriterOptions options;
+        options.compression = c.compression;
+        auto writer = CreateImageWriter(path.string(), width, height, c.format, {}, options);
+        for (uint32_t y = 0; y < height; ++y)
+            writer->WriteRow(y, rows[y].data());
+        writer->Commit();
+        if (c.bits != 0) {
+            const int extra = c.samples == 4 ? EXTRASAMPLE_UNASSALPHA : 0;
+            EXPECT_EQ(ReadTags(path), (std::array<int, 6>{c.bits, c.samples, c.photometric,
+                                                          c.compressionTag, extra, 1}));
+        }
+        const int bands = c.format == RowFormat::Bgr24 ? 3 : c.format >= RowFormat::Bgra32 ? 4 : 1;
+        const std::vector<uint8_t> samples = GdalSamples(path);
+        ASSERT_EQ(samples.size(), size_t{width} * height * bands);
+        int mismatches = 0;
+        for (size_t band = 0; band < size_t(bands); ++band)
+            for (uint32_t y = 0; y < height; ++y)
+                for (uint32_t x = 0; x < width; ++x)
+                    mismatches += samples[(size_t{band} * height + y) * width + x] !=
+                                  ExpectedSample(c.format, rows[y], x, int(band));
+        EXPECT_EQ(mismatches, 0);
+    }
+}
+
+// A warp tying whole-number pixel coordinates (pixel centres) to the map through an affine map
+// with origin (x0, y0) at the centre of pixel (0, 0) and the given steps.
+gcs::WarpDef CentreWarp(double x0, double y0, double dxCol, double dxRow, double dyCol,
+                        double dyRow, uint32_t width, uint32_t height) {
+    gcs::WarpDef warp;
+    warp.SetMethod(gcs::WarpMethod::Affine);
+    for (auto [col, row] :
+         {std::pair<double, double>{0, 0}, {width, height}, {0, height}, {width, 0}})
+        warp.AddControlPoint({col, row},
+                             {x0 + col * dxCol + row * dxRow, y0 + col * dyCol + row * dyRow});
+    return warp;
+}
+
+std::unique_ptr<gcs::GCSDef> KnownSystem(int32_t code) {
+    const gcs::CSList &list = gcs::GCSKnownSystemsList;
+    const gcs::GCSDef *known = list.GetSystem(list.FindByPOSCNumber(code));
+    return known ? std::make_unique<gcs::GCSDef>(*known) : nullptr;
+}
+
+std::unique_ptr<gcs::CSDef> WithWarp(std::unique_ptr<gcs::CSDef> system, const gcs::WarpDef &warp) {
+    system->SetWarp(&warp);
+    return system;
+}
+
+// What gdalinfo reports for the written georeferencing: code or parameters, and the
+// geotransform of the pixel corners.
+TEST(TiffWriter, GdalReadsTheGeoreferencing) {
+    struct Case {
+        const char *name;
+        std::function<std::unique_ptr<gcs::CSDef>()> system;
+        std::array<double, 6> geoTransform; // expected; all zero: none
+        int epsg;                           // of the PROJCS or GEOGCS node; -1: no WKT
+        std::map<std::string, double> parameters;
+    };
+    // 10 m pixels whose first centre is at (500005, 4999995).
+    const gcs::WarpDef northUp = CentreWarp(500005, 4999995, 10, 0, 0, -10, 40, 30);
+    const gcs::WarpDef rotated = CentreWarp(1000, 2000, 2, 1, 1, -2, 40, 30);
+    const std::vector<Case> cases = {
+        {"EPSG UTM 33N",
+         [&] { return WithWarp(KnownSystem(32633), northUp); },
+         {500000, 10, 0, 5000000, 0, -10},
+         32633,
+         {}},
+        {"EPSG WGS 84 geographic, rotated",
+         [&] { return WithWarp(KnownSystem(4326), rotated); },
+         {1000 - 1.5, 2, 1, 2000 + 0.5, 1, -2},
+         4326,
+         {}},
+        {"user-defined Lambert conic",
+         [&] {
+             auto s = KnownSystem(2154);
+             gcs::ProjectionDef projection = *s->GetProjection();
+             projection.SetParameter(gcs::ProjectionParameterID::Lat1, 45.5);
+             projection.SetParameter(gcs::ProjectionParameterID::XOrg, 600000);
+             s->SetProjection(&projection);
+             s->SetPOSC(0);
+             s->SetName(L"Lambert conic, own parallels");
+             s->SetWarp(&northUp);
+             return s;
+         },
+         {500000, 10, 0, 5000000, 0, -10},
+         0,
+         {{"standard_parallel_1", 45.5},
+          {"standard_parallel_2", 44},
+          {"latitude_of_origin", 46.5},
+          {"central_meridian", 3},
+          {"false_easting", 600000},
+          {"false_northing", 6600000}}},
+        {"southern UTM zone in feet, by zone alone",
+         [&] {
+             auto s = KnownSystem(32633);
+             gcs::ProjectionParameters p;
+             p.method = gcs::ProjectionMethod::UTM;
+             p.lon0 = 15;
+             p.south = 1;
+             p.linearScale = 3.280839895013123;
+             p.ellipsoid = s->GetProjection()->GetEllipsoid();
+             const gcs::ProjectionDef projection(p);
+             s->SetProjection(&projection);
+             s->SetPOSC(0);
+             s->SetWarp(&northUp);
+             return s;
+         },
+         {500000, 10, 0, 5000000, 0, -10},
+         0,
+         {{"scale_factor", 0.9996},
+          {"central_meridian", 15},
+          {"latitude_of_origin", 0},
+          {"false_easting", 500000 * 3.280839895013123},
+          {"false_northing", 10000000 * 3.280839895013123}}},
+        {"warp only",
+         [&] { return WithWarp(std::make_unique<gcs::UCSDef>(), rotated); },
+         {1000 - 1.5, 2, 1, 2000 + 0.5, 1, -2},
+         -1,
+         {}},
+        {"pixel space", [] { return std::unique_ptr<gcs::CSDef>(); }, {}, -1, {}},
+    };
+    const fs::path folder = FreshFolder("georef");
+    int index = 0;
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        const fs::path path = folder / ("g" + std::to_string(index++) + ".tif");
+        OutputGeoreference georef;
+        georef.system = c.system();
+        auto writer = CreateImageWriter(path.string(), 40, 30, RowFormat::Gray8, georef, {});
+        const std::vector<uint8_t> row(40, 128);
+        for (uint32_t y = 0; y < 30; ++y)
+            writer->WriteRow(y, row.data());
+        writer->Commit();
+
+        georefpeer::GdalInfo info;
+        std::string error;
+        ASSERT_TRUE(georefpeer::ReadGdalInfo(path.string(), info, error)) << error;
+        const bool expectTransform = c.geoTransform != std::array<double, 6>{};
+        ASSERT_EQ(info.hasGeoTransform, expectTransform);
+        for (int k = 0; k < 6 && expectTransform; ++k)
+            EXPECT_NEAR(info.geoTransform[k], c.geoTransform[k], 1e-6) << k;
+        EXPECT_EQ(info.rasterType, 1);
+        ASSERT_EQ(info.wkt.empty(), c.epsg == -1) << info.wkt;
+        if (c.epsg == -1)
+            continue;
+        georefpeer::WktNode root;
+        ASSERT_TRUE(georefpeer::ParseWkt(info.wkt, root)) << info.wkt;
+        EXPECT_EQ(root.EpsgCode(), c.epsg) << info.wkt;
+        const auto parameters = root.Parameters();
+        for (const auto &[name, value] : c.parameters) {
+            ASSERT_TRUE(parameters.count(name)) << name << " in " << info.wkt;
+            EXPECT_NEAR(parameters.at(name), value, 1e-6) << name;
+        }
+    }
+}
+#endif
+
+} // namespace

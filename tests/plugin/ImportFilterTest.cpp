@@ -1,0 +1,196 @@
+// The import driver through a recording host: what is handed over and in which order, the
+// colour formats, the scale clamp, the linked image, the dialog, and every failure path.
+#include "RecordingManager.h"
+#include "ScriptedDialog.h"
+#include "SidImportFilter.h"
+#include "shr/Strings.h"
+
+#include "../sid/TestEngine.h"
+#include "../sid/TestFiles.h"
+
+#include "plio/Exception.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace LizardTech;
+using plugintest::HandOver;
+using sidtest::TestImage;
+
+namespace {
+
+LTIMetadataRecord ProjectedCSType(uint16_t code) {
+    return LTIMetadataRecord("GEOTIFF_NUM::3072::ProjectedCSTypeGeoKey",
+                             LTI_METADATA_DATATYPE_UINT16, &code, 1);
+}
+
+const LTIGeoCoord kUtmGrid(500000.5, 4200000.5, 1.0, -1.0, 0.0, 0.0);
+
+constexpr int kAbort = -1;
+
+struct ImportCase {
+    const char *name;
+    std::function<void(TestImage &)> image;
+    std::map<std::wstring, unsigned int> stored;
+    std::wstring options; // handed to SetOptions first when not empty
+    bool interactive = false;
+    plugintest::DialogScript dialog;
+    // Expected: the error line (0 none, kAbort for a cancel), hand-overs in order, the image.
+    int errorLine = 0;
+    std::vector<HandOver::Kind> handOvers = {HandOver::Image};
+    uint32_t width = 100, height = 600;
+    int32_t colorFormat = 9;
+    unsigned int savedScale = 1, savedFormat = 24; // 0: nothing saved
+};
+
+// One case a row.
+// clang-format off
+const ImportCase kCases[] = {
+    {"whole RGB image at full resolution", [](TestImage &) {}, {}, L"", false, {}},
+    {"stored scale above the largest reduction is clamped and saved",
+     [](TestImage &im) { im.minMag = 1.0 / 16; }, {{L"Scale", 64}}, L"", false, {}, 0,
+     {HandOver::Image}, 6, 37, 9, 16, 24},
+    {"scale that is not a power of two reads at full resolution but is saved",
+     [](TestImage &) {}, {{L"Scale", 3}}, L"", false, {}, 0, {HandOver::Image}, 100, 600, 9, 3},
+    {"24-bit import of an image with alpha is promoted to 32 without saving it",
+     [](TestImage &im) {
+         im.colorSpace = LTI_COLORSPACE_RGBA;
+         im.bands = 4;
+     },
+     {}, L"", false, {}, 0, {HandOver::Image}, 100, 600, 12, 1, 24},
+    {"Format=32 from a string is stored as 32, which the import loads as 24-bit colour",
+     [](TestImage &) {}, {}, L"Format=32", false, {}, 0, {HandOver::Image}, 100, 600, 9, 1, 24},
+    {"Format=8 is 8-bit grey", [](TestImage &) {}, {}, L"Format=8", false, {}, 0,
+     {HandOver::Image}, 100, 600, 3, 1, 8},
+    {"Format=4 is 16-level grey", [](TestImage &) {}, {}, L"Format=4", false, {}, 0,
+     {HandOver::Image}, 100, 600, 2, 1, 4},
+    {"Format=1 is black and white", [](TestImage &) {}, {}, L"Format=1", false, {}, 0,
+     {HandOver::Image}, 100, 600, 1, 1, 1},
+    {"a projected system reaches the host before the image",
+     [](TestImage &im) {
+         im.records.push_back(ProjectedCSType(32611));
+         im.geo = kUtmGrid;
+     },
+     {}, L"", false, {}, 0, {HandOver::GeoreferencedCRS, HandOver::Image}},
+    {"a transform without a system hands over an unreferenced warp first",
+     [](TestImage &im) { im.geo = kUtmGrid; }, {}, L"", false, {}, 0,
+     {HandOver::UnreferencedCRS, HandOver::Image}},
+    {"region and scale from the option string", [](TestImage &) {}, {},
+     L"Scale=4;ULX=10;ULY=20;LRX=89;LRY=419", false, {}, 0, {HandOver::Image}, 20, 100, 9, 4},
+    {"a region one pixel wide is not kept for the import", [](TestImage &) {}, {},
+     L"ULX=7;LRX=7", false, {}, 0, {HandOver::Image}, 100, 600, 9},
+    {"a stored reversed region is put in order", [](TestImage &) {},
+     {{L"ULX", 90}, {L"ULY", 500}, {L"LRX", 10}, {L"LRY", 100}}, L"", false, {}, 0,
+     {HandOver::Image}, 81, 401, 9},
+    {"the dialog's scale and region are used and saved", [](TestImage &) {}, {}, L"", true,
+     {true, 2, true, 0, 0, 49, 99}, 0, {HandOver::Image}, 25, 50, 9, 2},
+    {"a linked import hands over the whole file as a bitmap", [](TestImage &) {}, {}, L"", true,
+     {true, 4, true, 0, 0, 49, 99, true}, 0, {HandOver::LinkedImage}, 100, 600, 9, 4},
+    {"cancelling the dialog hands nothing over", [](TestImage &) {}, {}, L"", true,
+     {false}, kAbort, {}, 0, 0, 0, 0, 0},
+    {"a file that does not open fails before anything is saved",
+     [](TestImage &im) { im.failInitialize = true; }, {}, L"", false, {}, 213, {}, 0, 0, 0, 0, 0},
+    {"a row that cannot be read fails with nothing handed over",
+     [](TestImage &im) { im.failOnRead = 0; }, {}, L"", false, {}, 346, {}, 0, 0, 0, 1, 24},
+    {"a row failing after others leaves no image with the host",
+     [](TestImage &im) { im.failOnRead = 1; }, {}, L"", false, {}, 346, {}, 0, 0, 0, 1, 24},
+};
+// clang-format on
+
+class Import : public ::testing::TestWithParam<ImportCase> {};
+
+TEST_P(Import, HandsOverWhatTheCaseExpects) {
+    const ImportCase &c = GetParam();
+    TestImage image;
+    c.image(image);
+    sidtest::TestEngineScope engine(image);
+    plugintest::Dialog() = c.dialog;
+    plugintest::RecordingManager host;
+    host.stored = c.stored;
+    SidImportFilter filter(host);
+    if (!c.options.empty()) {
+        filter.SetOptions(c.options);
+        host.writes.clear();
+    }
+    const std::string file = sidtest::WriteScratch("import_case.bin", "TEST");
+    int line = 0;
+    std::wstring message;
+    try {
+        filter.Import(sidtest::Wide(file), c.interactive);
+    } catch (const plio::AbortException &e) {
+        line = kAbort;
+        EXPECT_EQ(e.GetLine(), 226);
+    } catch (const plio::Exception &e) {
+        line = e.GetLine();
+        message = e.GetMessage();
+        EXPECT_EQ(e.GetSourceFile(), L"Subsystems/Plio/ioSid/SidImportFilter");
+    }
+    ASSERT_EQ(line, c.errorLine);
+    if (line > 0) {
+        EXPECT_NE(message.find(L"'" + sidtest::Wide(file) + L"'"), std::wstring::npos);
+        EXPECT_NE(message.find(L"\n\n--- Additional error details ---\n"), std::wstring::npos)
+            << shr::WtoA(message);
+    }
+    std::vector<HandOver::Kind> kinds;
+    for (const HandOver &h : host.handOvers)
+        kinds.push_back(h.kind);
+    EXPECT_EQ(kinds, c.handOvers);
+    if (!host.handOvers.empty()) {
+        const HandOver &img = host.handOvers.back();
+        EXPECT_EQ(img.width, c.width);
+        EXPECT_EQ(img.height, c.height);
+        EXPECT_EQ(img.colorFormat, c.colorFormat);
+        EXPECT_EQ(img.firstRow.size(), shr::RowBytes(shr::ColorFormat(c.colorFormat), c.width));
+        if (img.kind == HandOver::Image) {
+            EXPECT_EQ(img.rows, c.height);
+        }
+    }
+    if (c.handOvers.empty()) {
+        EXPECT_EQ(host.receiversDropped, line == 346 ? 1 : 0);
+    }
+    unsigned int value = 0;
+    bool persist = false;
+    EXPECT_EQ(host.LastWrite(L"Scale", value, persist), c.savedScale != 0);
+    if (c.savedScale) {
+        EXPECT_EQ(value, c.savedScale);
+        EXPECT_TRUE(persist);
+        ASSERT_TRUE(host.LastWrite(L"Format", value, persist));
+        EXPECT_EQ(value, c.savedFormat);
+    }
+    if (c.interactive) {
+        EXPECT_EQ(plugintest::Dialog().shown, 1);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, Import, ::testing::ValuesIn(kCases),
+                         [](const auto &info) { return "case" + std::to_string(info.index); });
+
+TEST(ImportProgress, RunsFromZeroToOneAfterTheNamedStart) {
+    TestImage image;
+    image.height = 4;
+    sidtest::TestEngineScope engine(image);
+    plugintest::RecordingManager host;
+    SidImportFilter filter(host);
+    filter.Import(sidtest::Wide(sidtest::WriteScratch("progress.bin", "TEST")), false);
+    EXPECT_EQ(host.progress,
+              (std::vector<std::wstring>{L"start", L"Importing SID file progress.bin", L"end"}));
+    EXPECT_EQ(host.proportions, (std::vector<double>{0.0, 0.25, 0.5, 0.75, 1.0}));
+}
+
+TEST(ImportFilter, AnswersTheHostsQuestions) {
+    plugintest::RecordingManager host;
+    SidImportFilter filter(host);
+    EXPECT_STREQ(filter.GetTypeTag(), "$PLIO_FILT$");
+    EXPECT_EQ(filter.GetOptionStringDelimiter(), L';');
+    const shr::CTypeInfo image("plio::TrImage"), crs("plio::TrCRS");
+    EXPECT_TRUE(filter.CanProduce(&image)); // a host's own copy of the id, compared by name
+    EXPECT_FALSE(filter.CanProduce(&crs));
+    EXPECT_FALSE(filter.CanProduce(nullptr));
+    EXPECT_FALSE(filter.CanImportFile(L"/nonexistent/file.sid"));
+    EXPECT_FALSE(filter.CanImportFile(sidtest::Wide(sidtest::WriteScratch("text.txt", "hello"))));
+    sidtest::TestEngineScope engine(TestImage{});
+    EXPECT_TRUE(filter.CanImportFile(sidtest::Wide(sidtest::WriteScratch("any.bin", "TEST"))));
+}
+
+} // namespace

@@ -1,0 +1,265 @@
+// JPEG 2000 files written by GDAL's JP2OpenJPEG driver, read through our engine and through
+// gdal_translate at every reduction, whole and by region, sample for sample; and their
+// georeferencing (GeoJP2, GMLJP2) against gdalinfo.
+#include "PeerTools.h"
+#include "SidIO.h"
+
+#include "lti/MrSIDImageReader.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+using namespace sidpeer;
+
+namespace {
+
+#define LOSSLESS "-co REVERSIBLE=YES -co QUALITY=100 "
+
+struct PixelCase {
+    const char *name;
+    const char *source; // a fixture under the test data, or "" for a generated one
+    uint32_t width, height;
+    int bands;
+    const char *type;
+    const char *options;
+    const char *extension;
+    uint32_t maxScale;  // 2^(RESOLUTIONS - 1)
+    uint32_t gdalScale; // the largest reduction GDAL offers as an overview
+    int format;         // reader output format also compared (3 grey, 4 RGB, 5 RGBA)
+    const char *gdalArgs;
+};
+
+const PixelCase kPixelCases[] = {
+    {"rgb_tiled", "", 1001, 603, 3, "Byte",
+     LOSSLESS "-co RESOLUTIONS=4 -co BLOCKXSIZE=256 -co BLOCKYSIZE=256", "jp2", 8, 8, 4, ""},
+    {"grey_one_tile", "", 700, 500, 1, "Byte",
+     LOSSLESS "-co RESOLUTIONS=3 -co BLOCKXSIZE=700 -co BLOCKYSIZE=500", "jp2", 4, 4, 3, ""},
+    {"rgba_alpha", "", 520, 390, 4, "Byte",
+     LOSSLESS "-co ALPHA=YES -co RESOLUTIONS=3 -co BLOCKXSIZE=128 -co BLOCKYSIZE=128", "jp2", 4, 4,
+     5, ""},
+    {"grey16", "", 600, 400, 1, "UInt16",
+     LOSSLESS "-co RESOLUTIONS=3 -co BLOCKXSIZE=256 -co BLOCKYSIZE=200", "jp2", 4, 4, 3,
+     "-ot Byte -scale 0 65535 0 255"},
+    {"rgb_lossy", "", 1280, 960, 3, "Byte",
+     "-co QUALITY=20 -co RESOLUTIONS=5 -co BLOCKXSIZE=200 -co BLOCKYSIZE=160", "jp2", 16, 8, 4, ""},
+    {"grey_codestream", "", 300, 220, 1, "Byte", LOSSLESS "-co CODEC=J2K -co RESOLUTIONS=2", "j2k",
+     2, 2, 3, ""},
+    {"palette", "tiff/palette-1c-8b.tiff", 0, 0, 0, "", LOSSLESS "-co RESOLUTIONS=2", "jp2", 2, 1,
+     4, "-expand rgb"},
+};
+
+std::string ScaledWindow(const uint32_t *r, uint32_t scale) {
+    const uint32_t w = (r[2] - r[0] + 1) / scale, h = (r[3] - r[1] + 1) / scale;
+    std::string args = "-srcwin " + std::to_string(r[0] / scale) + " " +
+                       std::to_string(r[1] / scale) + " " + std::to_string(w) + " " +
+                       std::to_string(h);
+    int level = -1;
+    for (uint32_t s = scale; s > 1; s /= 2)
+        ++level;
+    return level < 0 ? args : "-oo OVERVIEW_LEVEL=" + std::to_string(level) + " " + args;
+}
+
+class Jpeg2000Pixels : public ::testing::TestWithParam<PixelCase> {
+protected:
+    std::string make(const PixelCase &c) {
+        const std::string source = *c.source ? std::string(IOSID_TESTDATA) + "/" + c.source
+                                             : MakeSource(std::string("jp2_") + c.name, c.width,
+                                                          c.height, c.bands, c.type);
+        return MakeJpeg2000(std::string("jp2_") + c.name, source, c.options, c.extension);
+    }
+};
+
+TEST_P(Jpeg2000Pixels, EveryReductionAndRegionMatchesGdal) {
+    const PixelCase &c = GetParam();
+    const std::string path = make(c);
+    ASSERT_FALSE(path.empty()) << "gdal could not write " << c.name;
+    const Image full = ReadEngine(path, 1, nullptr);
+    ASSERT_TRUE(full.error.empty()) << full.error;
+    const uint32_t whole[4] = {0, 0, full.width - 1, full.height - 1};
+    // Off every tile and level grid.
+    const uint32_t left = full.width / 7 | 1, top = full.height / 9 | 1;
+    const uint32_t inner[4] = {left, top, left + full.width / 2, top + full.height / 2};
+    for (uint32_t scale = 1; scale <= c.maxScale; scale *= 2)
+        for (const uint32_t *region : {whole, inner}) {
+            const Image ours = ReadEngine(path, scale, region);
+            ASSERT_TRUE(ours.error.empty()) << ours.error << " at scale " << scale;
+            if (scale > c.gdalScale)
+                continue; // GDAL offers no overview this small
+            const Image peer =
+                ReadGdal(path, ScaledWindow(region, scale) + " " + (*c.source ? c.gdalArgs : ""),
+                         ours.channels);
+            ASSERT_TRUE(peer.error.empty()) << peer.error;
+            EXPECT_EQ(MaxDifference(ours, peer), 0)
+                << c.name << " scale " << scale << " region " << region[0];
+        }
+    // Beyond the coarsest level the reader stops at it.
+    EXPECT_TRUE(ReadEngine(path, c.maxScale * 2, nullptr).error.size() > 0);
+}
+
+TEST_P(Jpeg2000Pixels, ReaderOutputMatchesGdal) {
+    const PixelCase &c = GetParam();
+    const std::string path = make(c);
+    ASSERT_FALSE(path.empty());
+    const uint32_t channels = c.format == 3 ? 1 : c.format == 4 ? 3 : 4;
+    const uint32_t region[4] = {10, 30, 10 + 101, 30 + 63};
+    const Image ours = ReadOurs(path, 1, region, c.format);
+    ASSERT_TRUE(ours.error.empty()) << ours.error;
+    const Image peer = ReadGdal(path, ScaledWindow(region, 1) + " " + c.gdalArgs, channels);
+    // 16-bit samples go through the range filter, which rounds where GDAL truncates.
+    EXPECT_LE(MaxDifference(ours, peer), std::string(c.type) == "UInt16" ? 1 : 0) << c.name;
+    EXPECT_GE(MaxDifference(ours, peer), 0) << c.name;
+}
+
+TEST_P(Jpeg2000Pixels, OneReaderChangingLevelsReadsWhatFreshReadersRead) {
+    using namespace LizardTech;
+    const PixelCase &c = GetParam();
+    const std::string path = make(c);
+    ASSERT_FALSE(path.empty());
+    SidIO stream(std::wstring(path.begin(), path.end()), true);
+    MrSIDImageReader *reader = MrSIDImageReader::create();
+    ASSERT_EQ(
+        reader->initialize(&stream, nullptr, MRSID_MEMORY_USAGE_DEFAULT, MRSID_STREAM_USAGE_CREATE),
+        LT_STS_Success);
+    for (const uint32_t scale : {c.maxScale, 1u, c.maxScale / 2 + 1, 1u}) {
+        const uint32_t s = scale & (scale - 1) ? scale - 1 : scale; // a power of two
+        const Image fresh = ReadEngine(path, s, nullptr);
+        ASSERT_TRUE(fresh.error.empty()) << fresh.error;
+        LTISceneBuffer buffer(reader->getPixelProps(), fresh.width, fresh.height);
+        ASSERT_EQ(reader->read(LTIScene(0, 0, fresh.width, fresh.height, 1.0 / s), buffer),
+                  LT_STS_Success)
+            << c.name << " scale " << s;
+        const uint32_t bytes = reader->getPixelProps().getNumBytesPerSample();
+        for (uint32_t b = 0; b < reader->getNumBands(); ++b)
+            for (uint32_t y = 0; y < fresh.height; y += 7)
+                for (uint32_t x = 0; x < fresh.width; x += 5)
+                    ASSERT_EQ(
+                        std::memcmp(
+                            buffer.getRow(b, y) + size_t{x} * bytes,
+                            &fresh.data[(size_t{y} * fresh.width + x) * fresh.channels + b * bytes],
+                            bytes),
+                        0)
+                        << c.name << " scale " << s << " band " << b << " at " << x << "," << y;
+    }
+    reader->release();
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, Jpeg2000Pixels, ::testing::ValuesIn(kPixelCases),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+// Damaged files: cut short or with bytes flipped inside the tiles. The reader fails with the
+// decoder's reason; it never crashes or hangs.
+struct DamageCase {
+    const char *name;
+    const char *args;
+    const char *extension;
+    double keep;        // part of the file kept
+    int flips;          // bytes changed after the headers
+    const char *reason; // in the failure text
+};
+
+const DamageCase kDamageCases[] = {
+    {"cut_codestream", "-co CODEC=J2K", "j2k", 0.7, 0, "JPEG 2000 decoding: area"},
+    {"cut_jp2", "-co BLOCKXSIZE=64 -co BLOCKYSIZE=64", "jp2", 0.6, 0,
+     "box 'jp2c' runs past the end"},
+    {"flipped_tiles", "-co BLOCKXSIZE=64 -co BLOCKYSIZE=64", "jp2", 1.0, 300,
+     "JPEG 2000 decoding: tile 1 could not be decoded: "},
+};
+
+TEST(Jpeg2000Damage, FailuresCarryTheDecodersReason) {
+    const std::string source = MakeSource("jp2_damage", 300, 200, 3, "Byte");
+    for (const DamageCase &c : kDamageCases) {
+        const std::string path = MakeJpeg2000(std::string("jp2_") + c.name, source,
+                                              LOSSLESS + std::string(c.args), c.extension);
+        ASSERT_FALSE(path.empty()) << c.name;
+        std::string bytes = Capture("cat " + path);
+        bytes.resize(static_cast<size_t>(bytes.size() * c.keep));
+        for (int i = 0; i < c.flips; ++i)
+            bytes[400 + (i * 7919u) % (bytes.size() - 400)] ^= 0x5A;
+        std::FILE *f = std::fopen(path.c_str(), "wb");
+        ASSERT_NE(f, nullptr);
+        std::fwrite(bytes.data(), 1, bytes.size(), f);
+        std::fclose(f);
+        const Image ours = ReadOurs(path, 1, nullptr, 4);
+        ASSERT_FALSE(ours.error.empty()) << c.name;
+        EXPECT_NE(ours.error.find(c.reason), std::string::npos) << c.name << ": " << ours.error;
+    }
+}
+
+// Georeferencing: the engine's pixel-centre map and EPSG key against gdalinfo.
+struct GeoCase {
+    const char *name;
+    const char *args;
+};
+
+const GeoCase kGeoCases[] = {
+    {"geojp2_utm", "-a_srs EPSG:32611 -a_ullr 500000 4100000 530000 4080000 -co GMLJP2=NO"},
+    {"gml_utm", "-a_srs EPSG:32611 -a_ullr 500000 4100000 530000 4080000 -co GeoJP2=NO"},
+    {"both_utm", "-a_srs EPSG:26915 -a_ullr 400000 5000000 403000 4998000"},
+    {"gml_latlong", "-a_srs EPSG:4326 -a_ullr 10 50 11 49.5 -co GeoJP2=NO"},
+    {"geojp2_latlong", "-a_srs EPSG:4269 -a_ullr -100 40 -99 39.5 -co GMLJP2=NO"},
+};
+
+struct EngineGeo {
+    bool ok = false;
+    LizardTech::LTIGeoCoord geo;
+    int epsg = 0;
+};
+
+EngineGeo ReadGeo(const std::string &path) {
+    using namespace LizardTech;
+    EngineGeo out;
+    SidIO stream(std::wstring(path.begin(), path.end()), true);
+    MrSIDImageReader *reader = MrSIDImageReader::create();
+    if (reader->initialize(&stream, nullptr, MRSID_MEMORY_USAGE_DEFAULT,
+                           MRSID_STREAM_USAGE_CREATE) == LT_STS_Success) {
+        out.ok = true;
+        out.geo = reader->getGeoCoord();
+        for (const char *key : {"GEOTIFF_NUM::3072::ProjectedCSTypeGeoKey",
+                                "GEOTIFF_NUM::2048::GeographicTypeGeoKey"})
+            if (const LTIMetadataRecord *r = reader->getMetadata().find(key))
+                out.epsg = *static_cast<const uint16_t *>(r->getScalarData());
+    }
+    reader->release();
+    return out;
+}
+
+bool GdalGeo(const std::string &path, double (&gt)[6], int &epsg) {
+    const std::string json = Capture("gdalinfo -json " + path);
+    const size_t at = json.find("\"geoTransform\"");
+    const size_t code = json.find("\"proj:epsg\":");
+    if (at == std::string::npos || code == std::string::npos)
+        return false;
+    epsg = std::atoi(json.c_str() + code + 12);
+    return std::sscanf(json.c_str() + json.find('[', at), "[ %lf , %lf , %lf , %lf , %lf , %lf",
+                       &gt[0], &gt[1], &gt[2], &gt[3], &gt[4], &gt[5]) == 6;
+}
+
+TEST(Jpeg2000Georeference, MapAndSystemMatchGdalinfo) {
+    const std::string source = MakeSource("jp2_geo", 300, 200, 1, "Byte");
+    for (const GeoCase &c : kGeoCases) {
+        const std::string path =
+            MakeJpeg2000(std::string("jp2_") + c.name, source, LOSSLESS + std::string(c.args));
+        ASSERT_FALSE(path.empty()) << c.name;
+        double gt[6];
+        int epsg = 0;
+        ASSERT_TRUE(GdalGeo(path, gt, epsg)) << c.name;
+        const EngineGeo ours = ReadGeo(path);
+        ASSERT_TRUE(ours.ok) << c.name;
+        EXPECT_EQ(ours.epsg, epsg) << c.name;
+        for (const double corner : {0.0, 1.0}) {
+            const double i = corner * 299, j = corner * 199;
+            double x = 0, y = 0;
+            ours.geo.pixelToGeo(i, j, 1.0, x, y);
+            const double ex = gt[0] + (i + 0.5) * gt[1] + (j + 0.5) * gt[2];
+            const double ey = gt[3] + (i + 0.5) * gt[4] + (j + 0.5) * gt[5];
+            EXPECT_NEAR(x, ex, 1e-9 * (1 + std::fabs(ex))) << c.name << " corner " << corner;
+            EXPECT_NEAR(y, ey, 1e-9 * (1 + std::fabs(ey))) << c.name << " corner " << corner;
+        }
+    }
+}
+
+} // namespace

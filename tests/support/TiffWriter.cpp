@@ -1,0 +1,301 @@
+// The in-memory TIFF writer: header, directories, out-of-line values and image data, with
+// offsets to blobs and sub-directories patched in once the layout is known.
+#include "TiffWriter.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+
+namespace testsupport {
+namespace {
+
+constexpr size_t kSparse = std::numeric_limits<size_t>::max();
+constexpr uint16_t kTagSubIfds = 330;
+
+} // namespace
+
+size_t TypeSize(uint16_t type) {
+    switch (type) {
+    case 1:
+    case 2:
+    case 6:
+    case 7:
+        return 1;
+    case 3:
+    case 8:
+        return 2;
+    case 4:
+    case 9:
+    case 11:
+    case 13:
+        return 4;
+    case 5:
+    case 10:
+    case 12:
+    case 16:
+    case 17:
+    case 18:
+        return 8;
+    default:
+        return 0;
+    }
+}
+
+void Directory::Remove(uint16_t tag) {
+    std::erase_if(entries, [&](const Entry &e) { return e.tag == tag; });
+}
+
+// Where the values that are offsets sit, and where blobs and directories landed.
+struct TiffWriter::Layout {
+    struct Pending {
+        size_t pos, size, index;
+        bool blob;
+    };
+    std::vector<Pending> pending;
+    std::vector<uint64_t> blobAt;
+    std::vector<uint64_t> dirAt;
+};
+
+Directory &TiffWriter::AddDirectory() { return dirs_.emplace_back(); }
+
+Directory &TiffWriter::AddSubDirectory(size_t parent) {
+    const size_t child = dirs_.size();
+    dirs_.emplace_back().chained = false;
+    Directory &p = dirs_[parent];
+    auto it = std::find_if(p.entries.begin(), p.entries.end(),
+                           [](const Entry &e) { return e.tag == kTagSubIfds; });
+    Entry &e = it != p.entries.end() ? *it : Add(p, kTagSubIfds, bigTiff_ ? kIfd8 : kLong, 0);
+    e.subDirs.push_back(child);
+    e.count = e.subDirs.size();
+    e.data.assign(e.count * TypeSize(e.type), 0);
+    return dirs_[child];
+}
+
+Entry &TiffWriter::Add(Directory &d, uint16_t tag, uint16_t type, uint64_t count) {
+    Entry &e = d.entries.emplace_back();
+    e.tag = tag;
+    e.type = type;
+    e.count = count;
+    return e;
+}
+
+Entry &TiffWriter::AddUInts(Directory &d, uint16_t tag, uint16_t type,
+                            const std::vector<uint64_t> &values) {
+    Entry &e = Add(d, tag, type, values.size());
+    for (uint64_t v : values)
+        Put(e.data, v, TypeSize(type));
+    return e;
+}
+
+Entry &TiffWriter::SetUInts(Directory &d, uint16_t tag, uint16_t type,
+                            const std::vector<uint64_t> &values) {
+    d.Remove(tag);
+    return AddUInts(d, tag, type, values);
+}
+
+Entry &TiffWriter::AddRationals(Directory &d, uint16_t tag, uint16_t type,
+                                const std::vector<std::pair<int64_t, int64_t>> &values) {
+    Entry &e = Add(d, tag, type, values.size());
+    for (auto [num, den] : values) {
+        Put(e.data, static_cast<uint64_t>(num), 4);
+        Put(e.data, static_cast<uint64_t>(den), 4);
+    }
+    return e;
+}
+
+Entry &TiffWriter::AddDoubles(Directory &d, uint16_t tag, const std::vector<double> &values) {
+    Entry &e = Add(d, tag, kDouble, values.size());
+    for (double v : values) {
+        uint64_t bits;
+        std::memcpy(&bits, &v, 8);
+        Put(e.data, bits, 8);
+    }
+    return e;
+}
+
+Entry &TiffWriter::AddAscii(Directory &d, uint16_t tag, const std::string &text, uint16_t type,
+                            bool withNul) {
+    Entry &e = Add(d, tag, type, text.size() + (withNul ? 1 : 0));
+    e.data.assign(text.begin(), text.end());
+    if (withNul)
+        e.data.push_back(0);
+    return e;
+}
+
+Entry &TiffWriter::AddRaw(Directory &d, uint16_t tag, uint16_t type, uint64_t count,
+                          uint64_t field) {
+    Entry &e = Add(d, tag, type, count);
+    e.overrideField = true;
+    e.field = field;
+    return e;
+}
+
+size_t TiffWriter::AddBlob(const Bytes &bytes) {
+    blobs_.push_back(bytes);
+    return blobs_.size() - 1;
+}
+
+uint64_t TiffWriter::BlobOffset(size_t blob) const {
+    uint64_t at = HeaderSize();
+    for (size_t i = 0; i < blob; ++i)
+        at += blobs_[i].size() + blobs_[i].size() % 2;
+    return at;
+}
+
+void TiffWriter::AddChunks(Directory &d, const std::vector<Bytes> &chunks, bool tiled) {
+    const uint16_t type = kLong; // BigTIFF allows LONG too; test files stay far below 4 GiB
+    Entry &offsets = Add(d, tiled ? 324 : 273, type, chunks.size());
+    std::vector<uint64_t> counts;
+    for (const Bytes &chunk : chunks) {
+        offsets.blobs.push_back(chunk.empty() ? kSparse : AddBlob(chunk));
+        counts.push_back(chunk.size());
+    }
+    offsets.data.assign(chunks.size() * TypeSize(type), 0);
+    AddUInts(d, tiled ? 325 : 279, type, counts);
+}
+
+void TiffWriter::AddGeoKeys(Directory &d, const std::vector<GeoKey> &keys) {
+    std::vector<uint64_t> words = {1, 1, 0, keys.size()};
+    for (const GeoKey &k : keys)
+        words.insert(words.end(), {k.id, k.location, k.count, k.value});
+    AddUInts(d, 34735, kShort, words);
+}
+
+void TiffWriter::AddTiePoints(Directory &d, const std::vector<double> &values) {
+    AddDoubles(d, 33922, values);
+}
+
+void TiffWriter::AddPixelScale(Directory &d, double x, double y, double z) {
+    AddDoubles(d, 33550, {x, y, z});
+}
+
+void TiffWriter::AddMatrix(Directory &d, const std::vector<double> &values) {
+    AddDoubles(d, 34264, values);
+}
+
+void TiffWriter::Put(Bytes &out, uint64_t v, size_t size) const {
+    for (size_t i = 0; i < size; ++i) {
+        const size_t shift = bigEndian_ ? (size - 1 - i) * 8 : i * 8;
+        out.push_back(static_cast<unsigned char>(v >> shift));
+    }
+}
+
+void TiffWriter::Patch(Bytes &out, size_t pos, uint64_t v, size_t size) const {
+    Bytes bytes;
+    Put(bytes, v, size);
+    std::memcpy(out.data() + pos, bytes.data(), bytes.size());
+}
+
+// Writes one directory and its values; returns the position of its next-offset field.
+size_t TiffWriter::WriteDirectory(Bytes &out, const Directory &d, Layout &layout) const {
+    Put(out, d.overrideCount ? d.count : d.entries.size(), bigTiff_ ? 8 : 2);
+    std::vector<size_t> fieldPos;
+    for (const Entry &e : d.entries) {
+        Put(out, e.tag, 2);
+        Put(out, e.type, 2);
+        Put(out, e.count, bigTiff_ ? 8 : 4);
+        fieldPos.push_back(out.size());
+        Put(out, 0, OffsetSize());
+    }
+    const size_t nextPos = out.size();
+    Put(out, 0, OffsetSize());
+    for (size_t i = 0; i < d.entries.size(); ++i) {
+        const Entry &e = d.entries[i];
+        size_t valuePos = fieldPos[i];
+        if (e.overrideField) {
+            Patch(out, fieldPos[i], e.field, OffsetSize());
+            continue;
+        }
+        if (e.data.size() <= OffsetSize()) {
+            std::memcpy(out.data() + fieldPos[i], e.data.data(), e.data.size());
+        } else {
+            if (out.size() % 2)
+                out.push_back(0);
+            valuePos = out.size();
+            Patch(out, fieldPos[i], valuePos, OffsetSize());
+            out.insert(out.end(), e.data.begin(), e.data.end());
+        }
+        const size_t size = TypeSize(e.type);
+        for (size_t k = 0; k < e.blobs.size(); ++k)
+            layout.pending.push_back({valuePos + k * size, size, e.blobs[k], true});
+        for (size_t k = 0; k < e.subDirs.size(); ++k)
+            layout.pending.push_back({valuePos + k * size, size, e.subDirs[k], false});
+    }
+    return nextPos;
+}
+
+// Layout: header, data (unless last), each directory followed by its out-of-line values.
+Bytes TiffWriter::Build() const {
+    Bytes out;
+    out.push_back(bigEndian_ ? 'M' : 'I');
+    out.push_back(bigEndian_ ? 'M' : 'I');
+    Put(out, version_ ? version_ : (bigTiff_ ? 43 : 42), 2);
+    if (bigTiff_) {
+        Put(out, 8, 2);
+        Put(out, 0, 2);
+    }
+    const size_t firstPos = out.size();
+    Put(out, 0, OffsetSize());
+    Layout layout;
+    const auto writeBlobs = [&] {
+        for (const Bytes &blob : blobs_) {
+            layout.blobAt.push_back(out.size());
+            out.insert(out.end(), blob.begin(), blob.end());
+            if (out.size() % 2)
+                out.push_back(0);
+        }
+    };
+    if (!dataLast_)
+        writeBlobs();
+    std::vector<size_t> nextPos;
+    for (const Directory &d : dirs_) {
+        if (out.size() % 2)
+            out.push_back(0);
+        layout.dirAt.push_back(out.size());
+        nextPos.push_back(WriteDirectory(out, d, layout));
+    }
+    if (dataLast_)
+        writeBlobs();
+
+    std::vector<size_t> chain;
+    for (size_t i = 0; i < dirs_.size(); ++i)
+        if (dirs_[i].chained)
+            chain.push_back(i);
+    const uint64_t first = chain.empty() ? 0 : layout.dirAt[chain[0]];
+    Patch(out, firstPos, firstIfd_.first ? firstIfd_.second : first, OffsetSize());
+    for (size_t i = 0; i < dirs_.size(); ++i) {
+        uint64_t next = 0;
+        const auto at = std::find(chain.begin(), chain.end(), i);
+        if (at != chain.end() && at + 1 != chain.end())
+            next = layout.dirAt[*(at + 1)];
+        Patch(out, nextPos[i], dirs_[i].overrideNext ? dirs_[i].next : next, OffsetSize());
+    }
+    for (const auto &p : layout.pending) {
+        const uint64_t offset = !p.blob              ? layout.dirAt[p.index]
+                                : p.index == kSparse ? 0
+                                                     : layout.blobAt[p.index];
+        Patch(out, p.pos, offset, p.size);
+    }
+    return out;
+}
+
+std::string ScratchPath(const std::string &name) {
+    const std::string dir = IOSID_SCRATCH_DIR;
+    std::filesystem::create_directories(dir);
+    return dir + "/" + name;
+}
+
+std::string WriteScratch(const std::string &name, const Bytes &bytes) {
+    const std::string path = ScratchPath(name);
+    if (FILE *f = std::fopen(path.c_str(), "wb")) {
+        std::fwrite(bytes.data(), 1, bytes.size(), f);
+        std::fclose(f);
+    }
+    return path;
+}
+
+std::wstring Wide(const std::string &text) { return std::wstring(text.begin(), text.end()); }
+
+} // namespace testsupport

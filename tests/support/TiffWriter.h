@@ -1,0 +1,121 @@
+// One in-memory TIFF writer for every test: classic or BigTIFF, either byte order, strips or
+// tiles, chained and sub-directories, GeoTIFF tags, and fields written wrong on purpose.
+#pragma once
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace testsupport {
+
+using Bytes = std::vector<unsigned char>;
+
+// TIFF 6.0 and BigTIFF field types by number.
+enum : uint16_t {
+    kByte = 1,
+    kAscii = 2,
+    kShort = 3,
+    kLong = 4,
+    kRational = 5,
+    kSRational = 10,
+    kDouble = 12,
+    kIfd = 13,
+    kLong8 = 16,
+    kIfd8 = 18
+};
+size_t TypeSize(uint16_t type); // 0 for unknown types
+
+struct Entry {
+    uint16_t tag = 0;
+    uint16_t type = 0;
+    uint64_t count = 0;
+    Bytes data;                 // values in the file's byte order
+    bool overrideField = false; // write `field` instead of the values or their offset
+    uint64_t field = 0;
+    std::vector<size_t> blobs;   // values are the offsets of these blobs
+    std::vector<size_t> subDirs; // values are the offsets of these directories
+};
+
+struct Directory {
+    std::vector<Entry> entries;
+    bool overrideNext = false; // write `next` instead of the following directory's offset
+    uint64_t next = 0;
+    bool overrideCount = false; // write `count` as the entry count
+    uint64_t count = 0;
+    bool chained = true; // false for SubIFDs, which the chain skips
+
+    void Remove(uint16_t tag);
+};
+
+// One GeoKey directory entry: key id, location (0, 34736 or 34737), count, value or index.
+struct GeoKey {
+    uint16_t id, location, count, value;
+};
+
+class TiffWriter {
+public:
+    explicit TiffWriter(bool bigEndian = false, bool bigTiff = false)
+        : bigEndian_(bigEndian), bigTiff_(bigTiff) {}
+
+    Directory &AddDirectory();
+    // A directory reached only through the parent's SubIFDs tag (330), added or extended.
+    Directory &AddSubDirectory(size_t parent);
+    Directory &Dir(size_t i) { return dirs_[i]; }
+    void SetVersion(uint16_t version) { version_ = version; }
+    void SetFirstIfd(uint64_t offset) { firstIfd_ = {true, offset}; }
+    // Image data after the directories instead of before them, so that cutting the file short
+    // loses pixels, not tags.
+    void SetDataLast(bool last) { dataLast_ = last; }
+
+    Entry &AddUInts(Directory &d, uint16_t tag, uint16_t type, const std::vector<uint64_t> &values);
+    Entry &AddRationals(Directory &d, uint16_t tag, uint16_t type,
+                        const std::vector<std::pair<int64_t, int64_t>> &values);
+    Entry &AddDoubles(Directory &d, uint16_t tag, const std::vector<double> &values);
+    // Text and its NUL; `type` kByte writes the same bytes as BYTE.
+    Entry &AddAscii(Directory &d, uint16_t tag, const std::string &text, uint16_t type = kAscii,
+                    bool withNul = true);
+    // An entry whose value field is written as given (count and type unchecked).
+    Entry &AddRaw(Directory &d, uint16_t tag, uint16_t type, uint64_t count, uint64_t field);
+    // Replaces the values of an entry already in the directory, or adds it.
+    Entry &SetUInts(Directory &d, uint16_t tag, uint16_t type, const std::vector<uint64_t> &values);
+
+    // Strips (273/279) or tiles (324/325) holding these bytes; an empty chunk is written as
+    // offset 0, count 0 (sparse).
+    void AddChunks(Directory &d, const std::vector<Bytes> &chunks, bool tiled);
+    // Bytes placed before the directories (or after, see SetDataLast); returns their index.
+    size_t AddBlob(const Bytes &bytes);
+    // The file offset of a blob; only while data comes first.
+    uint64_t BlobOffset(size_t blob) const;
+
+    // GeoTIFF: key directory with header {1, 1, 0, count}, tie points, pixel scale, matrix.
+    void AddGeoKeys(Directory &d, const std::vector<GeoKey> &keys);
+    void AddTiePoints(Directory &d, const std::vector<double> &values);
+    void AddPixelScale(Directory &d, double x, double y, double z = 0.0);
+    void AddMatrix(Directory &d, const std::vector<double> &values);
+
+    Bytes Build() const;
+
+private:
+    Entry &Add(Directory &d, uint16_t tag, uint16_t type, uint64_t count);
+    void Put(Bytes &out, uint64_t v, size_t size) const;
+    void Patch(Bytes &out, size_t pos, uint64_t v, size_t size) const;
+    size_t OffsetSize() const { return bigTiff_ ? 8 : 4; }
+    size_t HeaderSize() const { return bigTiff_ ? 16 : 8; }
+    struct Layout;
+    size_t WriteDirectory(Bytes &out, const Directory &d, Layout &layout) const;
+
+    bool bigEndian_;
+    bool bigTiff_;
+    bool dataLast_ = false;
+    uint16_t version_ = 0;
+    std::pair<bool, uint64_t> firstIfd_{false, 0};
+    std::vector<Directory> dirs_;
+    std::vector<Bytes> blobs_;
+};
+
+// A file in the tests' scratch folder holding `bytes`; returns its path.
+std::string WriteScratch(const std::string &name, const Bytes &bytes);
+std::string ScratchPath(const std::string &name);
+std::wstring Wide(const std::string &text);
+
+} // namespace testsupport

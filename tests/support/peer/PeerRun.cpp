@@ -1,0 +1,178 @@
+// Running the peer tools, scratch files, GDAL-made fixtures and raster comparison.
+#include "Peer.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sys/wait.h>
+
+namespace peer {
+
+std::string RunCommand(const std::string &command, bool *ok) {
+    std::string out;
+    FILE *pipe = popen(command.c_str(), "r");
+    if (!pipe) {
+        if (ok)
+            *ok = false;
+        return out;
+    }
+    char buf[4096];
+    size_t n;
+    while ((n = std::fread(buf, 1, sizeof buf, pipe)) > 0)
+        out.append(buf, n);
+    const int status = pclose(pipe);
+    if (ok)
+        *ok = status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return out;
+}
+
+std::string ReadFile(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+CommandResult Run(const std::string &command) {
+    const std::string base = ScratchPath("command");
+    const int raw = std::system((command + " >" + base + ".out 2>" + base + ".err").c_str());
+    CommandResult run;
+    run.status = raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    run.out = ReadFile(base + ".out");
+    run.err = ReadFile(base + ".err");
+    return run;
+}
+
+int RunQuiet(const std::string &command) {
+    return std::system((command + " >/dev/null 2>&1").c_str());
+}
+
+std::string ShellQuote(const std::string &text) {
+    std::string quoted = "'";
+    for (char c : text)
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
+std::string ScratchPath(const std::string &name) {
+    const std::string dir = std::string(IOSID_SCRATCH_DIR) + "/peer";
+    std::filesystem::create_directories(dir);
+    return dir + "/" + name;
+}
+
+std::wstring Wide(const std::string &text) { return std::wstring(text.begin(), text.end()); }
+
+std::string MakeEnviSource(const std::string &name, uint32_t width, uint32_t height, int bands,
+                           const std::string &type) {
+    const std::string raw = ScratchPath(name + ".raw");
+    const bool wide = type == "UInt16";
+    std::ofstream out(raw, std::ios::binary);
+    for (int b = 0; b < bands; ++b)
+        for (uint32_t y = 0; y < height; ++y)
+            for (uint32_t x = 0; x < width; ++x) {
+                // Gradients plus a hash, so that neighbouring pixels differ and averages vary.
+                const uint32_t h = (x * 2654435761u) ^ (y * 40503u) ^ (b * 97u);
+                const uint32_t v = (x / 3 + y / 2 + b * 60 + (h >> 27)) & 0xFF;
+                if (wide) {
+                    const uint16_t w = static_cast<uint16_t>(v * 251 + (h & 0xFF));
+                    out.write(reinterpret_cast<const char *>(&w), 2);
+                } else {
+                    out.put(static_cast<char>(v));
+                }
+            }
+    std::ofstream header(ScratchPath(name + ".hdr"));
+    header << "ENVI\nsamples = " << width << "\nlines = " << height << "\nbands = " << bands
+           << "\nheader offset = 0\nfile type = ENVI Standard\ndata type = " << (wide ? 12 : 1)
+           << "\ninterleave = bsq\nbyte order = 0\n";
+    return raw;
+}
+
+std::string MakeGeoTiff(const std::string &name, const std::string &source, const std::string &srs,
+                        const std::string &options, const std::string &overviews) {
+    const std::string path = ScratchPath(name + ".tif");
+    std::remove(path.c_str());
+    if (RunQuiet("gdal_translate -q -of GTiff -a_srs " + ShellQuote(srs) + " " + options + " " +
+                 ShellQuote(source) + " " + ShellQuote(path)) != 0)
+        return "";
+    if (!overviews.empty() &&
+        RunQuiet("gdaladdo -q -r average " + ShellQuote(path) + " " + overviews) != 0)
+        return "";
+    return path;
+}
+
+void Raster::Allocate(uint32_t w, uint32_t h) {
+    width = w;
+    height = h;
+    bytes.assign(static_cast<size_t>(RowBytes() * h), 0);
+}
+
+void CopySample(const unsigned char *src, uint64_t srcBit, unsigned char *dst, uint64_t dstBit,
+                unsigned bits) {
+    if (bits % 8 == 0 && srcBit % 8 == 0 && dstBit % 8 == 0) {
+        std::memcpy(dst + dstBit / 8, src + srcBit / 8, bits / 8);
+        return;
+    }
+    for (unsigned i = 0; i < bits; ++i) {
+        const uint64_t s = srcBit + i;
+        const uint64_t d = dstBit + i;
+        const unsigned bit = (src[s / 8] >> (7 - s % 8)) & 1;
+        const auto mask = static_cast<unsigned char>(0x80 >> (d % 8));
+        dst[d / 8] = bit ? (dst[d / 8] | mask) : (dst[d / 8] & ~mask);
+    }
+}
+
+Raster Crop(const Raster &r, uint32_t x, uint32_t y, uint32_t w, uint32_t h) {
+    Raster out;
+    out.spp = r.spp;
+    out.bps = r.bps;
+    out.Allocate(w, h);
+    for (uint32_t row = 0; row < h; ++row)
+        for (uint32_t col = 0; col < w; ++col)
+            for (uint32_t s = 0; s < r.spp; ++s)
+                CopySample(r.bytes.data(), r.SampleBit(x + col, y + row, s), out.bytes.data(),
+                           out.SampleBit(col, row, s), r.bps);
+    return out;
+}
+
+int MaxDifference(const Raster &a, const Raster &b) {
+    if (a.width != b.width || a.height != b.height || a.spp != b.spp ||
+        a.bytes.size() != b.bytes.size())
+        return -1;
+    int worst = 0;
+    for (size_t i = 0; i < a.bytes.size(); ++i)
+        worst = std::max(worst, std::abs(int{a.bytes[i]} - int{b.bytes[i]}));
+    return worst;
+}
+
+bool GdalRead(const std::string &path, const std::string &args, Raster &out, std::string &error) {
+    const std::string raw = ScratchPath("gdal_read.raw");
+    std::remove(raw.c_str());
+    if (RunQuiet("gdal_translate -q -of ENVI -ot Byte -co INTERLEAVE=BIP " + args + " " +
+                 ShellQuote(path) + " " + ShellQuote(raw)) != 0) {
+        error = "gdal_translate failed on " + path;
+        return false;
+    }
+    const std::string info = RunCommand("gdalinfo " + ShellQuote(raw));
+    const size_t size = info.find("Size is");
+    unsigned bands = 0;
+    for (size_t at = info.find("\nBand "); at != std::string::npos;
+         at = info.find("\nBand ", at + 1))
+        ++bands;
+    if (size == std::string::npos || bands == 0 ||
+        std::sscanf(info.c_str() + size, "Size is %u, %u", &out.width, &out.height) != 2) {
+        error = "gdalinfo cannot describe " + raw;
+        return false;
+    }
+    out.spp = static_cast<uint16_t>(bands);
+    out.bps = 8;
+    std::ifstream in(raw, std::ios::binary);
+    out.bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    if (out.bytes.size() != out.RowBytes() * out.height) {
+        error = "gdal_translate wrote " + std::to_string(out.bytes.size()) + " bytes";
+        return false;
+    }
+    return true;
+}
+
+} // namespace peer
