@@ -30,8 +30,6 @@ public:
     explicit LzwCodeWriter(bool oldStyle) : old_(oldStyle) { Reset(); }
     LzwCodeWriter &Put(uint32_t code);
     LzwCodeWriter &Put(std::initializer_list<uint32_t> codes);
-    uint32_t Width() const { return width_; }
-    uint32_t NextFree() const { return nextFree_; }
     Bytes Finish();
 
 private:

@@ -6,41 +6,20 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <limits>
 
 namespace testsupport {
 namespace {
 
 constexpr size_t kSparse = std::numeric_limits<size_t>::max();
-constexpr uint16_t kTagSubIfds = 330;
 
 } // namespace
 
 size_t TypeSize(uint16_t type) {
-    switch (type) {
-    case 1:
-    case 2:
-    case 6:
-    case 7:
-        return 1;
-    case 3:
-    case 8:
-        return 2;
-    case 4:
-    case 9:
-    case 11:
-    case 13:
-        return 4;
-    case 5:
-    case 10:
-    case 12:
-    case 16:
-    case 17:
-    case 18:
-        return 8;
-    default:
-        return 0;
-    }
+    // Types 1 to 18 of TIFF 6.0 and BigTIFF; 14 and 15 are unassigned.
+    static const unsigned char kSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
+    return type < std::size(kSizes) ? kSizes[type] : 0;
 }
 
 void Directory::Remove(uint16_t tag) {
@@ -59,19 +38,6 @@ struct TiffWriter::Layout {
 };
 
 Directory &TiffWriter::AddDirectory() { return dirs_.emplace_back(); }
-
-Directory &TiffWriter::AddSubDirectory(size_t parent) {
-    const size_t child = dirs_.size();
-    dirs_.emplace_back().chained = false;
-    Directory &p = dirs_[parent];
-    auto it = std::find_if(p.entries.begin(), p.entries.end(),
-                           [](const Entry &e) { return e.tag == kTagSubIfds; });
-    Entry &e = it != p.entries.end() ? *it : Add(p, kTagSubIfds, bigTiff_ ? kIfd8 : kLong, 0);
-    e.subDirs.push_back(child);
-    e.count = e.subDirs.size();
-    e.data.assign(e.count * TypeSize(e.type), 0);
-    return dirs_[child];
-}
 
 Entry &TiffWriter::Add(Directory &d, uint16_t tag, uint16_t type, uint64_t count) {
     Entry &e = d.entries.emplace_back();
@@ -135,13 +101,6 @@ Entry &TiffWriter::AddRaw(Directory &d, uint16_t tag, uint16_t type, uint64_t co
 size_t TiffWriter::AddBlob(const Bytes &bytes) {
     blobs_.push_back(bytes);
     return blobs_.size() - 1;
-}
-
-uint64_t TiffWriter::BlobOffset(size_t blob) const {
-    uint64_t at = HeaderSize();
-    for (size_t i = 0; i < blob; ++i)
-        at += blobs_[i].size() + blobs_[i].size() % 2;
-    return at;
 }
 
 void TiffWriter::AddChunks(Directory &d, const std::vector<Bytes> &chunks, bool tiled) {

@@ -1,5 +1,5 @@
 // One in-memory TIFF writer for every test: classic or BigTIFF, either byte order, strips or
-// tiles, chained and sub-directories, GeoTIFF tags, and fields written wrong on purpose.
+// tiles, chained directories, GeoTIFF tags, and fields written wrong on purpose.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -42,7 +42,7 @@ struct Directory {
     uint64_t next = 0;
     bool overrideCount = false; // write `count` as the entry count
     uint64_t count = 0;
-    bool chained = true; // false for SubIFDs, which the chain skips
+    bool chained = true; // false for directories the chain skips (SubIFDs)
 
     void Remove(uint16_t tag);
 };
@@ -58,8 +58,6 @@ public:
         : bigEndian_(bigEndian), bigTiff_(bigTiff) {}
 
     Directory &AddDirectory();
-    // A directory reached only through the parent's SubIFDs tag (330), added or extended.
-    Directory &AddSubDirectory(size_t parent);
     Directory &Dir(size_t i) { return dirs_[i]; }
     void SetVersion(uint16_t version) { version_ = version; }
     void SetFirstIfd(uint64_t offset) { firstIfd_ = {true, offset}; }
@@ -84,8 +82,6 @@ public:
     void AddChunks(Directory &d, const std::vector<Bytes> &chunks, bool tiled);
     // Bytes placed before the directories (or after, see SetDataLast); returns their index.
     size_t AddBlob(const Bytes &bytes);
-    // The file offset of a blob; only while data comes first.
-    uint64_t BlobOffset(size_t blob) const;
 
     // GeoTIFF: key directory with header {1, 1, 0, count}, tie points, pixel scale, matrix.
     void AddGeoKeys(Directory &d, const std::vector<GeoKey> &keys);

@@ -178,18 +178,6 @@ TEST(LoadErrors, CallerMistakes) {
     EXPECT_TRUE(loader.ReadWindow(37, 21, 0, 0, buffer.data())); // empty window at the corner
 }
 
-TEST(LoadErrors, UncompressedStripsWithoutByteCountsAreSizedFromTheLayout) {
-    ImageModel m;
-    m.edit = Remove(279);
-    CTiffReader reader;
-    ASSERT_TRUE(reader.Open(tiff::MakeMemorySource(m.Build()), L"m"));
-    TiffImageLoader loader(reader);
-    ASSERT_TRUE(loader.Open(0));
-    Bytes image(37 * 21);
-    ASSERT_TRUE(loader.ReadImage(image.data()));
-    EXPECT_EQ(image, m.Expected(0, 0, 37, 21));
-}
-
 // A list tag whose values were never loaded (an unknown type, or a count the file cannot hold)
 // is read as holding none, whatever count it claims.
 TEST(LoadErrors, ListTagsClaimingMoreValuesThanHeldReadAsEmpty) {

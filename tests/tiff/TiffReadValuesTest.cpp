@@ -135,21 +135,4 @@ TEST(ReaderValues, BigEndianRationalsKeepTheRequiredHalfOrder) {
     }
 }
 
-TEST(ReaderValues, InlineShortsAreMachineOrderElementByElement) {
-    for (bool bigEndian : {false, true}) {
-        CTiffReader reader;
-        const auto bytes = BuildSample(bigEndian, false);
-        ASSERT_TRUE(reader.Open(tiff::MakeMemorySource(bytes), L"sample"));
-        const TiffEntry *entry = reader.Directories()[0].Find(530);
-        ASSERT_TRUE(entry->IsInline());
-        uint16_t shorts[2];
-        std::memcpy(shorts, entry->value, 4);
-        EXPECT_EQ(shorts[0], 2);
-        EXPECT_EQ(shorts[1], 1);
-        const TiffEntry *bytesEntry = reader.Directories()[0].Find(37005);
-        EXPECT_EQ(std::vector<unsigned char>(bytesEntry->value, bytesEntry->value + 3),
-                  (std::vector<unsigned char>{1, 2, 3}));
-    }
-}
-
 } // namespace

@@ -79,9 +79,6 @@ struct LibtiffLayout {
     std::vector<uint64_t> byteCounts;
 };
 bool LibtiffDescribe(const std::string &path, unsigned dir, LibtiffLayout &layout);
-// Values of a tag libtiff does not know (read as an anonymous array).
-std::vector<double> LibtiffDoubles(const std::string &path, unsigned dir, uint32_t tag);
-std::vector<uint16_t> LibtiffShorts(const std::string &path, unsigned dir, uint32_t tag);
 // Decodes directory `dir` with libtiff into the layout above; false with libtiff's message.
 bool LibtiffRead(const std::string &path, unsigned dir, Raster &out, std::string &error);
 unsigned LibtiffDirectoryCount(const std::string &path);

@@ -1,5 +1,6 @@
-// libtiff's side of the peer comparisons: decoding into the loader's layout and tag values.
-// (libtiff's `struct tiff` and our namespace `tiff` cannot meet in one translation unit.)
+// libtiff's side of the peer comparisons: decoding into the loader's layout, tag values, and
+// writing test images. (libtiff's `struct tiff` and our namespace `tiff` cannot meet in one
+// translation unit.)
 #include "Peer.h"
 
 #include <tiffio.h>
@@ -7,7 +8,6 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 
 namespace peer {
@@ -35,94 +35,49 @@ TiffPtr OpenTiff(const std::string &path, const char *mode = "r") {
     return TiffPtr(TIFFOpen(path.c_str(), mode), TIFFClose);
 }
 
-struct Geometry {
+TiffPtr OpenDirectory(const std::string &path, unsigned dir, const char *mode = "r") {
+    TiffPtr tif = OpenTiff(path, mode);
+    if (tif && !TIFFSetDirectory(tif.get(), static_cast<tdir_t>(dir)))
+        tif.reset();
+    return tif;
+}
+
+// Strips (as wide as the image) or tiles, one set per plane when samples are planar.
+struct Grid {
     uint32_t chunkWidth, chunkHeight;
-    uint16_t planar, spp, bps;
+    uint16_t planes;
     bool tiled;
 };
 
-// Copies one decoded strip or tile (in libtiff's layout, native byte order) into the raster.
-void Place(const std::vector<unsigned char> &chunk, const Geometry &g, uint32_t x0, uint32_t y0,
-           uint32_t rows, uint16_t plane, Raster &out) {
-    const bool separate = g.planar == PLANARCONFIG_SEPARATE && g.spp > 1;
-    const uint32_t samples = separate ? 1 : g.spp;
-    const uint64_t chunkRowBits = (uint64_t{g.chunkWidth} * samples * g.bps + 7) / 8 * 8;
-    for (uint32_t r = 0; r < rows && y0 + r < out.height; ++r) {
-        for (uint32_t c = 0; c < g.chunkWidth && x0 + c < out.width; ++c) {
+// Copies the samples of the chunk at (x0, y0) of `plane` between libtiff's chunk layout (native
+// byte order) and the raster, into the chunk when `toChunk`.
+void CopyChunk(const Grid &g, Raster &image, uint32_t x0, uint32_t y0, uint16_t plane,
+               unsigned char *chunk, bool toChunk) {
+    const uint32_t samples = g.planes > 1 ? 1 : image.spp;
+    const uint64_t rowBits = (uint64_t{g.chunkWidth} * samples * image.bps + 7) / 8 * 8;
+    for (uint32_t r = 0; r < g.chunkHeight && y0 + r < image.height; ++r)
+        for (uint32_t c = 0; c < g.chunkWidth && x0 + c < image.width; ++c)
             for (uint32_t s = 0; s < samples; ++s) {
-                const uint64_t srcBit = r * chunkRowBits + (uint64_t{c} * samples + s) * g.bps;
-                CopySample(chunk.data(), srcBit, out.bytes.data(),
-                           out.SampleBit(x0 + c, y0 + r, separate ? plane : s), g.bps);
+                const uint64_t chunkBit = r * rowBits + (uint64_t{c} * samples + s) * image.bps;
+                const uint64_t imageBit = image.SampleBit(x0 + c, y0 + r, g.planes > 1 ? plane : s);
+                if (toChunk)
+                    CopySample(image.bytes.data(), imageBit, chunk, chunkBit, image.bps);
+                else
+                    CopySample(chunk, chunkBit, image.bytes.data(), imageBit, image.bps);
             }
-        }
-    }
 }
 
-bool ReadChunks(TIFF *tif, const Geometry &g, Raster &out) {
-    const uint32_t planes = g.planar == PLANARCONFIG_SEPARATE ? g.spp : 1;
-    std::vector<unsigned char> chunk(g.tiled ? TIFFTileSize(tif) : TIFFStripSize(tif));
-    for (uint16_t plane = 0; plane < planes; ++plane) {
-        for (uint32_t y = 0; y < out.height; y += g.chunkHeight) {
-            for (uint32_t x = 0; x < out.width; x += g.chunkWidth) {
-                const tmsize_t n =
-                    g.tiled ? TIFFReadEncodedTile(tif, TIFFComputeTile(tif, x, y, 0, plane),
-                                                  chunk.data(), -1)
-                            : TIFFReadEncodedStrip(tif, TIFFComputeStrip(tif, y, plane),
-                                                   chunk.data(), -1);
-                if (n < 0)
+// Calls `each(x, y, plane)` for every chunk in libtiff's order; false at the first failure.
+template <class Each> bool EachChunk(const Grid &g, const Raster &image, Each each) {
+    for (uint16_t plane = 0; plane < g.planes; ++plane)
+        for (uint32_t y = 0; y < image.height; y += g.chunkHeight)
+            for (uint32_t x = 0; x < image.width; x += g.chunkWidth)
+                if (!each(x, y, plane))
                     return false;
-                Place(chunk, g, x, y, g.chunkHeight, plane, out);
-            }
-        }
-    }
     return true;
 }
 
-} // namespace
-
-bool LibtiffRead(const std::string &path, unsigned dir, Raster &out, std::string &error) {
-    g_lastMessage.clear();
-    TiffPtr tif = OpenTiff(path);
-    if (!tif || !TIFFSetDirectory(tif.get(), static_cast<tdir_t>(dir))) {
-        error = "libtiff cannot open: " + g_lastMessage;
-        return false;
-    }
-    Geometry g{};
-    uint32_t width = 0, height = 0;
-    TIFFGetField(tif.get(), TIFFTAG_IMAGEWIDTH, &width);
-    TIFFGetField(tif.get(), TIFFTAG_IMAGELENGTH, &height);
-    TIFFGetFieldDefaulted(tif.get(), TIFFTAG_SAMPLESPERPIXEL, &g.spp);
-    TIFFGetFieldDefaulted(tif.get(), TIFFTAG_BITSPERSAMPLE, &g.bps);
-    TIFFGetFieldDefaulted(tif.get(), TIFFTAG_PLANARCONFIG, &g.planar);
-    g.tiled = TIFFIsTiled(tif.get());
-    if (g.tiled) {
-        TIFFGetField(tif.get(), TIFFTAG_TILEWIDTH, &g.chunkWidth);
-        TIFFGetField(tif.get(), TIFFTAG_TILELENGTH, &g.chunkHeight);
-    } else {
-        g.chunkWidth = width;
-        TIFFGetFieldDefaulted(tif.get(), TIFFTAG_ROWSPERSTRIP, &g.chunkHeight);
-        g.chunkHeight = std::min(g.chunkHeight, height);
-    }
-    out.spp = g.spp;
-    out.bps = g.bps;
-    out.Allocate(width, height);
-    if (!ReadChunks(tif.get(), g, out)) {
-        error = "libtiff cannot decode: " + g_lastMessage;
-        return false;
-    }
-    return true;
-}
-
-unsigned LibtiffDirectoryCount(const std::string &path) {
-    TiffPtr tif = OpenTiff(path);
-    return tif ? TIFFNumberOfDirectories(tif.get()) : 0;
-}
-
-bool LibtiffDescribe(const std::string &path, unsigned dir, LibtiffLayout &layout) {
-    TiffPtr tif = OpenTiff(path, "rc");
-    if (!tif || !TIFFSetDirectory(tif.get(), static_cast<tdir_t>(dir)))
-        return false;
-    TIFF *t = tif.get();
+void Describe(TIFF *t, LibtiffLayout &layout) {
     TIFFGetField(t, TIFFTAG_IMAGEWIDTH, &layout.width);
     TIFFGetField(t, TIFFTAG_IMAGELENGTH, &layout.height);
     TIFFGetFieldDefaulted(t, TIFFTAG_BITSPERSAMPLE, &layout.bps);
@@ -140,53 +95,12 @@ bool LibtiffDescribe(const std::string &path, unsigned dir, LibtiffLayout &layou
         layout.chunkWidth = layout.width;
         TIFFGetFieldDefaulted(t, TIFFTAG_ROWSPERSTRIP, &layout.chunkHeight);
     }
-    const uint32_t n = layout.tiled ? TIFFNumberOfTiles(t) : TIFFNumberOfStrips(t);
-    for (uint32_t i = 0; i < n; ++i) {
-        layout.offsets.push_back(TIFFGetStrileOffset(t, i));
-        layout.byteCounts.push_back(TIFFGetStrileByteCount(t, i));
-    }
-    return true;
 }
 
-namespace {
-
-template <class T>
-std::vector<T> AnonymousArray(const std::string &path, unsigned dir, uint32_t tag) {
-    TiffPtr tif = OpenTiff(path);
-    uint32_t n = 0;
-    T *values = nullptr;
-    if (!tif || !TIFFSetDirectory(tif.get(), static_cast<tdir_t>(dir)) ||
-        !TIFFGetField(tif.get(), tag, &n, &values))
-        return {};
-    return std::vector<T>(values, values + n);
-}
-
-} // namespace
-
-std::vector<double> LibtiffDoubles(const std::string &path, unsigned dir, uint32_t tag) {
-    return AnonymousArray<double>(path, dir, tag);
-}
-
-std::vector<uint16_t> LibtiffShorts(const std::string &path, unsigned dir, uint32_t tag) {
-    return AnonymousArray<uint16_t>(path, dir, tag);
-}
-
-namespace {
-
-// Copies the samples of one strip or tile out of the raster in libtiff's chunk layout.
-void Extract(const Raster &image, const WriteLayout &layout, uint32_t x0, uint32_t y0,
-             uint16_t plane, std::vector<unsigned char> &chunk) {
-    const bool separate = layout.planar == PLANARCONFIG_SEPARATE && image.spp > 1;
-    const uint32_t samples = separate ? 1 : image.spp;
-    const uint32_t width = layout.tiled ? layout.chunkWidth : image.width;
-    const uint64_t rowBits = (uint64_t{width} * samples * image.bps + 7) / 8 * 8;
-    std::fill(chunk.begin(), chunk.end(), 0);
-    for (uint32_t r = 0; r < layout.chunkHeight && y0 + r < image.height; ++r)
-        for (uint32_t c = 0; c < width && x0 + c < image.width; ++c)
-            for (uint32_t s = 0; s < samples; ++s)
-                CopySample(image.bytes.data(),
-                           image.SampleBit(x0 + c, y0 + r, separate ? plane : s), chunk.data(),
-                           r * rowBits + (uint64_t{c} * samples + s) * image.bps, image.bps);
+Grid GridOf(const LibtiffLayout &l) {
+    const bool planar = l.planar == PLANARCONFIG_SEPARATE && l.spp > 1;
+    return {l.chunkWidth, l.tiled ? l.chunkHeight : std::min(l.chunkHeight, l.height),
+            static_cast<uint16_t>(planar ? l.spp : 1), l.tiled};
 }
 
 bool SetFields(TIFF *t, const WriteLayout &layout, const Raster &image) {
@@ -210,34 +124,54 @@ bool SetFields(TIFF *t, const WriteLayout &layout, const Raster &image) {
     return ok && TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, layout.chunkHeight);
 }
 
-bool WriteChunks(TIFF *t, const WriteLayout &layout, const Raster &image) {
-    const uint32_t planes = layout.planar == PLANARCONFIG_SEPARATE ? image.spp : 1;
-    const uint32_t stepX = layout.tiled ? layout.chunkWidth : image.width;
-    std::vector<unsigned char> chunk(layout.tiled ? TIFFTileSize(t) : TIFFStripSize(t));
-    for (uint16_t plane = 0; plane < planes; ++plane) {
-        for (uint32_t y = 0; y < image.height; y += layout.chunkHeight) {
-            for (uint32_t x = 0; x < image.width; x += stepX) {
-                Extract(image, layout, x, y, plane, chunk);
-                // libtiff byte-swaps the buffer in place for big-endian files; it is refilled
-                // for every chunk.
-                const tmsize_t size =
-                    layout.tiled
-                        ? TIFFTileSize(t)
-                        : TIFFVStripSize(t, std::min(layout.chunkHeight, image.height - y));
-                const tmsize_t n = layout.tiled
-                                       ? TIFFWriteEncodedTile(t, TIFFComputeTile(t, x, y, 0, plane),
-                                                              chunk.data(), size)
-                                       : TIFFWriteEncodedStrip(t, TIFFComputeStrip(t, y, plane),
-                                                               chunk.data(), size);
-                if (n < 0)
-                    return false;
-            }
-        }
+} // namespace
+
+bool LibtiffRead(const std::string &path, unsigned dir, Raster &out, std::string &error) {
+    g_lastMessage.clear();
+    TiffPtr tif = OpenDirectory(path, dir);
+    if (!tif) {
+        error = "libtiff cannot open: " + g_lastMessage;
+        return false;
+    }
+    TIFF *t = tif.get();
+    LibtiffLayout layout;
+    Describe(t, layout);
+    const Grid g = GridOf(layout);
+    out.spp = layout.spp;
+    out.bps = layout.bps;
+    out.Allocate(layout.width, layout.height);
+    std::vector<unsigned char> chunk(g.tiled ? TIFFTileSize(t) : TIFFStripSize(t));
+    const bool ok = EachChunk(g, out, [&](uint32_t x, uint32_t y, uint16_t plane) {
+        const tmsize_t n =
+            g.tiled ? TIFFReadEncodedTile(t, TIFFComputeTile(t, x, y, 0, plane), chunk.data(), -1)
+                    : TIFFReadEncodedStrip(t, TIFFComputeStrip(t, y, plane), chunk.data(), -1);
+        if (n >= 0)
+            CopyChunk(g, out, x, y, plane, chunk.data(), false);
+        return n >= 0;
+    });
+    if (!ok)
+        error = "libtiff cannot decode: " + g_lastMessage;
+    return ok;
+}
+
+unsigned LibtiffDirectoryCount(const std::string &path) {
+    TiffPtr tif = OpenTiff(path);
+    return tif ? TIFFNumberOfDirectories(tif.get()) : 0;
+}
+
+bool LibtiffDescribe(const std::string &path, unsigned dir, LibtiffLayout &layout) {
+    TiffPtr tif = OpenDirectory(path, dir, "rc");
+    if (!tif)
+        return false;
+    TIFF *t = tif.get();
+    Describe(t, layout);
+    const uint32_t n = layout.tiled ? TIFFNumberOfTiles(t) : TIFFNumberOfStrips(t);
+    for (uint32_t i = 0; i < n; ++i) {
+        layout.offsets.push_back(TIFFGetStrileOffset(t, i));
+        layout.byteCounts.push_back(TIFFGetStrileByteCount(t, i));
     }
     return true;
 }
-
-} // namespace
 
 bool LibtiffWrite(const std::string &path, const char *mode, const WriteLayout &layout,
                   const std::vector<Raster> &images, std::string &error) {
@@ -247,9 +181,25 @@ bool LibtiffWrite(const std::string &path, const char *mode, const WriteLayout &
         error = "libtiff cannot create: " + g_lastMessage;
         return false;
     }
-    for (const Raster &image : images) {
-        if (!SetFields(tif.get(), layout, image) || !WriteChunks(tif.get(), layout, image) ||
-            !TIFFWriteDirectory(tif.get())) {
+    TIFF *t = tif.get();
+    for (Raster image : images) {
+        const uint16_t planes = layout.planar == PLANARCONFIG_SEPARATE ? image.spp : 1;
+        const Grid g{layout.tiled ? layout.chunkWidth : image.width, layout.chunkHeight, planes,
+                     layout.tiled};
+        const auto write = [&](uint32_t x, uint32_t y, uint16_t plane) {
+            // libtiff byte-swaps the buffer in place for big-endian files; it is refilled for
+            // every chunk.
+            const tmsize_t size =
+                g.tiled ? TIFFTileSize(t)
+                        : TIFFVStripSize(t, std::min(g.chunkHeight, image.height - y));
+            std::vector<unsigned char> chunk(g.tiled ? TIFFTileSize(t) : TIFFStripSize(t), 0);
+            CopyChunk(g, image, x, y, plane, chunk.data(), true);
+            return (g.tiled ? TIFFWriteEncodedTile(t, TIFFComputeTile(t, x, y, 0, plane),
+                                                   chunk.data(), size)
+                            : TIFFWriteEncodedStrip(t, TIFFComputeStrip(t, y, plane), chunk.data(),
+                                                    size)) >= 0;
+        };
+        if (!SetFields(t, layout, image) || !EachChunk(g, image, write) || !TIFFWriteDirectory(t)) {
             error = "libtiff cannot write: " + g_lastMessage;
             return false;
         }

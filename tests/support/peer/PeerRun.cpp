@@ -8,25 +8,15 @@
 #include <fstream>
 #include <iterator>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace peer {
 
 std::string RunCommand(const std::string &command, bool *ok) {
-    std::string out;
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe) {
-        if (ok)
-            *ok = false;
-        return out;
-    }
-    char buf[4096];
-    size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, pipe)) > 0)
-        out.append(buf, n);
-    const int status = pclose(pipe);
+    const CommandResult run = Run(command);
     if (ok)
-        *ok = status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    return out;
+        *ok = run.status == 0;
+    return run.out;
 }
 
 std::string ReadFile(const std::string &path) {
@@ -35,7 +25,8 @@ std::string ReadFile(const std::string &path) {
 }
 
 CommandResult Run(const std::string &command) {
-    const std::string base = ScratchPath("command");
+    // One name per process: peer tests may run side by side.
+    const std::string base = ScratchPath("command" + std::to_string(getpid()));
     const int raw = std::system((command + " >" + base + ".out 2>" + base + ".err").c_str());
     CommandResult run;
     run.status = raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;

@@ -117,25 +117,4 @@ INSTANTIATE_TEST_SUITE_P(Fixtures, FixturePeer, ::testing::ValuesIn(FixtureFiles
                              return name;
                          });
 
-TEST(FixturePeer, GeoTiffTagsMatchLibtiff) {
-    const std::string path = std::string(IOSID_TESTDATA) + "/geotiff/byte.tif";
-    tiff::CTiffReader reader;
-    ASSERT_TRUE(reader.Open(peer::Wide(path)));
-    const auto &dir = reader.Directories()[0];
-    for (uint16_t tag : {33550, 33922}) {
-        const std::vector<double> theirs = peer::LibtiffDoubles(path, 0, tag);
-        const tiff::TiffEntry *e = dir.Find(tag);
-        ASSERT_NE(e, nullptr);
-        ASSERT_EQ(e->count, theirs.size());
-        ASSERT_FALSE(theirs.empty());
-        for (size_t i = 0; i < theirs.size(); ++i)
-            EXPECT_EQ(e->GetDouble(i), theirs[i]) << tag << "[" << i << "]";
-    }
-    const std::vector<uint16_t> keys = peer::LibtiffShorts(path, 0, 34735);
-    const tiff::TiffEntry *e = dir.Find(34735);
-    ASSERT_EQ(e->count, keys.size());
-    for (size_t i = 0; i < keys.size(); ++i)
-        EXPECT_EQ(e->GetUInt(i), keys[i]) << i;
-}
-
 } // namespace
