@@ -10,13 +10,6 @@ namespace {
 
 using gcs::EllipsoidDef;
 
-TEST(EllipsoidDef, DefaultIsUnknownAndInvalid) {
-    EllipsoidDef none;
-    EXPECT_TRUE(none.IsUnknown());
-    EXPECT_FALSE(none.IsCustom());
-    EXPECT_FALSE(none.IsValid());
-}
-
 TEST(EllipsoidDef, ComputesTheMissingDimension) {
     // Clarke 1866 is published by its radii, WGS 84 by its inverse flattening.
     const EllipsoidDef clarke = EllipsoidDef::FromMinorRadius(6378206.4, 6356583.8);

@@ -27,39 +27,6 @@ ProjectionParameters UtmLike() {
     return p;
 }
 
-TEST(ProjectionParameters, NumericIdsReachTheirFields) {
-    struct Case {
-        ID id;
-        double ProjectionParameters::*field;
-    };
-    const Case cases[] = {
-        {ID::LinearScale, &ProjectionParameters::linearScale},
-        {ID::XOrg, &ProjectionParameters::xOrg},
-        {ID::YOrg, &ProjectionParameters::yOrg},
-        {ID::Lon0, &ProjectionParameters::lon0},
-        {ID::Lon1, &ProjectionParameters::lon1},
-        {ID::Lon2, &ProjectionParameters::lon2},
-        {ID::Lat0, &ProjectionParameters::lat0},
-        {ID::Lat1, &ProjectionParameters::lat1},
-        {ID::Lat2, &ProjectionParameters::lat2},
-        {ID::ScaleFactor, &ProjectionParameters::scaleFactor},
-        {ID::Azimuth, &ProjectionParameters::azimuth},
-        {ID::GridAngle, &ProjectionParameters::gridAngle},
-        {ID::Height, &ProjectionParameters::height},
-    };
-    for (const Case &c : cases) {
-        ProjectionParameters p;
-        const double value = 10.0 + static_cast<int>(c.id);
-        EXPECT_TRUE(p.Set(c.id, value));
-        EXPECT_EQ(p.*c.field, value) << static_cast<int>(c.id);
-        EXPECT_EQ(p.Get(c.id), value);
-        ProjectionParameters others = p;
-        others.*c.field = ProjectionParameters().*c.field;
-        EXPECT_EQ(others, ProjectionParameters())
-            << "id " << static_cast<int>(c.id) << " also changed another field";
-    }
-}
-
 TEST(ProjectionParameters, WholeNumberIdsRefuseOtherValues) {
     struct Case {
         ID id;
@@ -85,18 +52,6 @@ TEST(ProjectionParameters, WholeNumberIdsRefuseOtherValues) {
     ProjectionParameters p;
     EXPECT_EQ(p.Get(ID::Ellipsoid), 0.0);
     EXPECT_EQ(p.Get(static_cast<ID>(99)), 0.0);
-}
-
-TEST(ProjectionDef, UnknownDependsOnTheEllipsoidWhenAsked) {
-    EXPECT_TRUE(ProjectionDef().IsUnknown(false));
-    ProjectionDef tm(ProjectionMethod::TransverseMercator);
-    EXPECT_FALSE(tm.IsUnknown(false));
-    EXPECT_TRUE(tm.IsUnknown(true));
-    tm.SetEllipsoid(kWgs84);
-    EXPECT_FALSE(tm.IsUnknown(true));
-    EXPECT_FALSE(ProjectionDef(ProjectionMethod::Planar).IsUnknown(true)); // needs none
-    tm.Clear();
-    EXPECT_EQ(tm, ProjectionDef());
 }
 
 TEST(ProjectionDef, ValidateRefusesWhatCannotBeAProjection) {

@@ -61,12 +61,6 @@ const ImportCase kCases[] = {
      {}, L"", false, {}, 0, {HandOver::Image}, 100, 600, 12, 1, 24},
     {"Format=32 from a string is stored as 32, which the import loads as 24-bit colour",
      [](TestImage &) {}, {}, L"Format=32", false, {}, 0, {HandOver::Image}, 100, 600, 9, 1, 24},
-    {"Format=8 is 8-bit grey", [](TestImage &) {}, {}, L"Format=8", false, {}, 0,
-     {HandOver::Image}, 100, 600, 3, 1, 8},
-    {"Format=4 is 16-level grey", [](TestImage &) {}, {}, L"Format=4", false, {}, 0,
-     {HandOver::Image}, 100, 600, 2, 1, 4},
-    {"Format=1 is black and white", [](TestImage &) {}, {}, L"Format=1", false, {}, 0,
-     {HandOver::Image}, 100, 600, 1, 1, 1},
     {"a projected system reaches the host before the image",
      [](TestImage &im) {
          im.records.push_back(ProjectedCSType(32611));
@@ -76,8 +70,6 @@ const ImportCase kCases[] = {
     {"a transform without a system hands over an unreferenced warp first",
      [](TestImage &im) { im.geo = kUtmGrid; }, {}, L"", false, {}, 0,
      {HandOver::UnreferencedCRS, HandOver::Image}},
-    {"region and scale from the option string", [](TestImage &) {}, {},
-     L"Scale=4;ULX=10;ULY=20;LRX=89;LRY=419", false, {}, 0, {HandOver::Image}, 20, 100, 9, 4},
     {"a region one pixel wide is not kept for the import", [](TestImage &) {}, {},
      L"ULX=7;LRX=7", false, {}, 0, {HandOver::Image}, 100, 600, 9},
     {"a stored reversed region is put in order", [](TestImage &) {},

@@ -25,7 +25,6 @@ public:
             received_->firstRow.assign(static_cast<const uint8_t *>(data),
                                        static_cast<const uint8_t *>(data) + rowBytes_);
         ++received_->rows;
-        ++manager_.rowsReceived;
     }
     void End() override {}
 
@@ -77,8 +76,6 @@ void RecordingManager::ImportObject(plio::TrBase &object) {
         const gcs::CSDef *cs = static_cast<plio::TrCRS &>(object).GetCS();
         const bool referenced = cs && cs->GetType() == gcs::CSType::Georeferenced;
         record.kind = referenced ? HandOver::GeoreferencedCRS : HandOver::UnreferencedCRS;
-        record.posc = referenced ? static_cast<const gcs::GCSDef *>(cs)->GetPOSC() : 0;
-        record.warpPoints = cs && cs->GetWarp() ? cs->GetWarp()->GetSourcePointCount() : 0;
     } else if (object.IsA(plio::TrImage::GetClassTypeId())) {
         const auto &image = static_cast<plio::TrImage &>(object);
         const plio::ScanlineLayout &layout = image.GetLayout();

@@ -21,8 +21,6 @@ struct HandOver {
     enum Kind { Image, LinkedImage, GeoreferencedCRS, UnreferencedCRS } kind;
     uint32_t width = 0, height = 0;
     int32_t colorFormat = 0;
-    int posc = 0;                  // coordinate systems: the EPSG code
-    size_t warpPoints = 0;         // coordinate systems: control points
     std::vector<uint8_t> firstRow; // images: row 0 (linked images: read from the bitmap)
     uint32_t rows = 0;             // images: rows the host received
 };
@@ -34,8 +32,7 @@ public:
     std::vector<std::wstring> progress; // "start", messages, "end"
     std::vector<double> proportions;
     std::vector<HandOver> handOvers;
-    uint32_t rowsReceived = 0; // rows taken by receivers, handed over or not
-    int receiversDropped = 0;  // receivers destroyed without their image being handed over
+    int receiversDropped = 0; // receivers destroyed without their image being handed over
 
     bool GetOption(const std::wstring &name, unsigned int &value, bool persist) const override;
     void SetOption(const std::wstring &name, unsigned int value, bool persist) override;

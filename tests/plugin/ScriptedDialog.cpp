@@ -16,7 +16,6 @@ bool RunImportDialog(SidImportFilter &, uint32_t &scale, uint32_t &ulx, uint32_t
                      uint32_t &lrx, uint32_t &lry, bool &linked) {
     plugintest::DialogScript &script = plugintest::Dialog();
     ++script.shown;
-    script.scaleShown = scale;
     if (!script.confirm)
         return false;
     if (script.scale)

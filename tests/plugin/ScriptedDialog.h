@@ -11,7 +11,6 @@ struct DialogScript {
     uint32_t left = 0, top = 0, right = 0, bottom = 0;
     bool linked = false;
     int shown = 0;
-    uint32_t scaleShown = 0; // the scale the filter offered
 };
 
 DialogScript &Dialog(); // reset it at the start of each case

@@ -84,38 +84,25 @@ struct ImportCase {
     uint32_t region[4]; // used, full-resolution pixels
 };
 
+// clang-format off
 const ImportCase kCases[] = {
     {"rgb whole", Rgb, "", ".tif", 24, 1, {0, 0, 699, 499}},
     {"rgb reduced", Rgb, "--scale 4 --compress lzw", ".tif", 24, 4, {0, 0, 699, 499}},
     {"rgb region", Rgb, "--scale 2 --region 100,60,611,419", ".tif", 24, 2, {100, 60, 611, 419}},
-    {"grey region",
-     Rgb,
-     "--format 8 --scale 8 --region 64,32,575,479 --compress deflate",
-     ".tif",
-     8,
-     8,
-     {64, 32, 575, 479}},
+    {"grey region", Rgb, "--format 8 --scale 8 --region 64,32,575,479 --compress deflate", ".tif",
+     8, 8, {64, 32, 575, 479}},
     {"16 levels", Rgb, "--format 4 --scale 2", ".tif", 4, 2, {0, 0, 699, 499}},
     {"black and white", Rgb, "--format 1 --region 3,5,402,304", ".tif", 1, 1, {3, 5, 402, 304}},
-    {"asked 32, stored as 32, loaded as 24",
-     Rgb,
-     "--format 32 --scale 4",
-     ".tif",
-     24,
-     4,
+    {"asked 32, stored as 32, loaded as 24", Rgb, "--format 32 --scale 4", ".tif", 24, 4,
      {0, 0, 699, 499}},
     {"alpha promoted", Rgba, "--scale 2", ".tif", 32, 2, {0, 0, 299, 259}},
     {"png grey", Rgb, "--format 8 --scale 4", ".png", 8, 4, {0, 0, 699, 499}},
     {"png rgb region", Rgb, "--region 10,10,209,109", ".png", 24, 1, {10, 10, 209, 109}},
-    {"options string",
-     Rgb,
-     "--options \"Scale=2;ULX=50;ULY=40;LRX=449;LRY=339\"",
-     ".tif",
-     24,
-     2,
+    {"options string", Rgb, "--options \"Scale=2;ULX=50;ULY=40;LRX=449;LRY=339\"", ".tif", 24, 2,
      {50, 40, 449, 339}},
     {"linked whole file", Rgb, "--scale 4 --linked", ".tif", 24, 1, {0, 0, 699, 499}},
 };
+// clang-format on
 
 class ImportCommand : public ::testing::TestWithParam<ImportCase> {};
 
@@ -234,21 +221,6 @@ TEST(InfoCommand, TableFromThePluginLoadedByPath) {
     EXPECT_EQ(info["info"]["Image Height"], 500);
     EXPECT_EQ(info["info"]["File Format"], "LizardTech MrSID Image");
     EXPECT_EQ(info["info"].size(), 5u);
-}
-
-TEST(Settings, CorruptFileIsKeptAndWarnedAbout) {
-    const std::string settings = BuildPath("imp_corrupt.json");
-    const std::string garbage = "{\"Scale\": 4, oops";
-    std::ofstream(settings) << garbage;
-    std::string errors;
-    const std::string out = BuildPath("imp_corrupt.raw");
-    EXPECT_EQ(RunIosid("import " + Rgb().path + " -o " + out + " --scale 2 --quiet --settings " +
-                           settings,
-                       errors),
-              0);
-    EXPECT_FALSE(errors.empty()); // one warning
-    EXPECT_EQ(Slurp(settings), garbage);
-    EXPECT_EQ(Slurp(out).size(), size_t{350} * 250 * 3);
 }
 
 TEST(Settings, ConcurrentImportsLeaveAWholeFile) {

@@ -109,24 +109,28 @@ std::optional<Datum> ReadDatum(const PJ *object) {
 
 std::optional<System> ReadSystem(int code) {
     PjPtr crs = FromDatabase(code, PJ_CATEGORY_CRS);
-    if (!crs)
-        return std::nullopt;
+    return crs ? ReadSystem(crs.get()) : std::nullopt;
+}
+
+std::optional<System> ReadSystem(const PJ *crs) {
     System system;
-    system.type = proj_get_type(crs.get());
-    system.name = proj_get_name(crs.get());
-    std::optional<Datum> datum = ReadDatum(crs.get());
+    system.type = proj_get_type(crs);
+    system.name = proj_get_name(crs);
+    std::optional<Datum> datum = ReadDatum(crs);
     if (!datum)
         return std::nullopt;
     system.datum = *datum;
-    system.metresPerUnit = FirstAxisFactor(crs.get());
+    system.metresPerUnit = FirstAxisFactor(crs);
     if (system.type != PJ_TYPE_PROJECTED_CRS)
         return system;
-    PjPtr conversion(proj_crs_get_coordoperation(Context(), crs.get()));
-    const char *methodCode = nullptr;
-    if (!conversion || !proj_coordoperation_get_method_info(Context(), conversion.get(), nullptr,
-                                                            nullptr, &methodCode))
+    PjPtr conversion(proj_crs_get_coordoperation(Context(), crs));
+    const char *methodName = nullptr, *auth = nullptr, *methodCode = nullptr;
+    if (!conversion || !proj_coordoperation_get_method_info(Context(), conversion.get(),
+                                                            &methodName, &auth, &methodCode))
         return std::nullopt;
-    system.methodCode = methodCode ? std::atoi(methodCode) : 0;
+    const bool epsg = auth && std::strcmp(auth, "EPSG") == 0;
+    system.methodCode = epsg && methodCode ? std::atoi(methodCode) : 0;
+    system.methodName = methodName ? methodName : "";
     system.conversionName = proj_get_name(conversion.get());
     system.parameters = ReadParameters(conversion.get());
     return system;

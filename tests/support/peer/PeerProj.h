@@ -43,14 +43,15 @@ struct System {
     std::string name;
     Datum datum;
     double metresPerUnit = 0.0; // first axis; radians per unit for geographic systems
-    int methodCode = 0;         // projected only
-    std::string conversionName;
+    int methodCode = 0;         // projected only; 0 for PROJ's own methods
+    std::string methodName, conversionName;
     std::vector<Parameter> parameters;
 };
 
 std::optional<Ellipsoid> ReadEllipsoid(const PJ *object); // of a CRS, datum or ellipsoid
 std::optional<Datum> ReadDatum(const PJ *object);         // of a CRS or datum
 std::optional<System> ReadSystem(int code);
+std::optional<System> ReadSystem(const PJ *crs); // projected or geographic
 
 // EPSG codes of a type, deprecated ones included.
 std::vector<int> Codes(PJ_TYPE type);
