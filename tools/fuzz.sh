@@ -24,6 +24,6 @@ for target in "$build"/fuzz/fuzz_*; do
         rm -f "$corpus"/*.aux.xml
     fi
     echo "--- $name"
-    "$target" -max_total_time="$seconds" -max_len=262144 -rss_limit_mb=2048 -malloc_limit_mb=512 -timeout=10 \
+    "$target" -max_total_time="$seconds" -max_len=262144 -rss_limit_mb=1024 -malloc_limit_mb=256 -timeout=10 \
         -print_final_stats=1 "$corpus" "$seeds/tiff" "$seeds/geotiff" 2>&1 | tail -n 12
 done

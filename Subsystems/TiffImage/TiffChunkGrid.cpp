@@ -4,6 +4,8 @@
 #include "TiffDecodeStrip.h"
 #include "TiffTags.h"
 
+#include <algorithm>
+
 namespace tiff {
 namespace {
 
@@ -146,6 +148,24 @@ bool TiffChunkGrid::Plan(CTiffReader &reader, uint32_t band, uint32_t column, ui
         return Fail(reader, __LINE__, kTiffBadFormat);
     plan.compressedSize = static_cast<uint32_t>(count);
     return true;
+}
+
+uint64_t TiffChunkGrid::ProducibleBytes(const CTiffReader &reader) const {
+    const uint64_t claimed = rowBytes_ * chunkHeight_;
+    const uint64_t expansion = compression_ == kCompressionNone ? 1 : MaxExpansion(compression_);
+    const uint64_t slack = compression_ == kCompressionNone ? 0 : kExpansionSlack;
+    uint64_t total = 0;
+    for (uint64_t i = 0; i < storedPerPlane_ * planes_; ++i) {
+        const uint64_t offset = offsets_->GetUInt(i);
+        if (offset >= reader.FileLength())
+            continue;
+        uint64_t stored = reader.FileLength() - offset;
+        if (byteCounts_ != nullptr)
+            stored = std::min(stored, byteCounts_->GetUInt(i));
+        if (stored != 0)
+            total += std::min(claimed, stored * expansion + slack);
+    }
+    return total;
 }
 
 bool TiffChunkGrid::PlanUncompressed(CTiffReader &reader, uint64_t stored, uint32_t band,

@@ -47,6 +47,10 @@ public:
     bool Plan(CTiffReader &reader, uint32_t band, uint32_t column, uint32_t plane,
               BlockPlan &plan) const;
 
+    // Most bytes the stored strips or tiles can decode to: each at most its claimed size, less
+    // when its stored bytes cannot produce that much, nothing for a sparse one.
+    uint64_t ProducibleBytes(const CTiffReader &reader) const;
+
 private:
     bool PickTables(CTiffReader &reader, const TiffDirectory &dir);
     bool PlanUncompressed(CTiffReader &reader, uint64_t stored, uint32_t band,

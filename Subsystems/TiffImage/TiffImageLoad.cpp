@@ -299,4 +299,8 @@ bool TiffImageLoader::ReadImage(unsigned char *out) {
 
 void TiffImageLoader::SetCacheLimit(size_t bytes) { state_->cacheLimit = bytes; }
 
+uint64_t TiffImageLoader::ProducibleBytes() const {
+    return IsOpen() ? state_->grid.ProducibleBytes(state_->reader) : 0;
+}
+
 } // namespace tiff

@@ -85,6 +85,10 @@ public:
     // strip or tile once.
     void SetCacheLimit(size_t bytes);
 
+    // Most bytes the open image's strips or tiles can decode to (see TiffChunkGrid): what a
+    // file of its size can really hold, whatever shape it claims.
+    uint64_t ProducibleBytes() const;
+
 private:
     struct State;
     std::unique_ptr<State> state_;

@@ -25,6 +25,8 @@ namespace {
 constexpr size_t kLevelCacheBytes = 16u << 20; // decoded strips and tiles kept per level
 constexpr uint32_t kPreviewSide = 512;         // reductions go on until the longer side fits this
 constexpr uint32_t kMaxReduction = 1u << 30;
+// A row may always claim this much; beyond it, only what the file's blocks can decode to.
+constexpr uint64_t kRowAllowance = 1u << 20;
 
 enum Photometric : uint16_t {
     kWhiteIsZero = 0,
@@ -205,6 +207,16 @@ LT_STATUS GeoTiffEngine::describePixels(const GeoTiffLayout &layout) {
     map_.invert = base.photometric == kWhiteIsZero && base.sampleFormat == tiff::kSampleUnsigned;
     map_.invertFrom = bitMax;
     const LTIPixel pixel(colorSpace, bands, dataType);
+    // Readers size their strips by the row: a shape no file of this size could fill is
+    // refused before anyone sets memory aside for it.
+    const uint64_t rowBytes = uint64_t{base.width} * bands * pixel.getNumBytesPerSample();
+    const uint64_t producible = levels_.front()->loader->ProducibleBytes();
+    if (rowBytes > std::max(kRowAllowance, producible))
+        return setLastStatus(LTI_STS_CorruptImage,
+                             "a row of " + std::to_string(base.width) + " pixels needs " +
+                                 std::to_string(rowBytes) + " bytes, more than the " +
+                                 std::to_string(producible) +
+                                 " bytes the image's strips or tiles can decode to");
     if (const LT_STATUS status =
             setImageProps(base.width, base.height, pixel, minimumMagnification()))
         return status;

@@ -15,15 +15,15 @@ bool IsSupportedSource(LTIColorSpace cs) {
 }
 
 template <class T>
-void CmykRow(const LTISceneBuffer &in, LTISceneBuffer &out, lt_uint32 row, lt_uint32 width,
-             double maxValue) {
+void CmykRow(const LTISceneBuffer &in, LTISceneBuffer &out, lt_uint32 row, lt_uint32 outRow,
+             lt_uint32 width, double maxValue) {
     const T *c = reinterpret_cast<const T *>(in.getRow(0, row));
     const T *m = reinterpret_cast<const T *>(in.getRow(1, row));
     const T *y = reinterpret_cast<const T *>(in.getRow(2, row));
     const T *k = reinterpret_cast<const T *>(in.getRow(3, row));
-    T *rgb[3] = {reinterpret_cast<T *>(out.getRow(0, row)),
-                 reinterpret_cast<T *>(out.getRow(1, row)),
-                 reinterpret_cast<T *>(out.getRow(2, row))};
+    T *rgb[3] = {reinterpret_cast<T *>(out.getRow(0, outRow)),
+                 reinterpret_cast<T *>(out.getRow(1, outRow)),
+                 reinterpret_cast<T *>(out.getRow(2, outRow))};
     const T *ink[3] = {c, m, y};
     for (lt_uint32 x = 0; x < width; ++x) {
         const double white = maxValue - static_cast<double>(k[x]);
@@ -71,36 +71,36 @@ LT_STATUS LTIColorTransformer::decode(const Window &window, LTISceneBuffer &buff
     const LTIScene scene(window.x, window.y, window.width, window.height, 1.0 / window.reduction);
     if (source_->getPixelProps() == getPixelProps())
         return source_->read(scene, buffer);
-    LTISceneBuffer in(source_->getPixelProps(), window.width, window.height);
-    if (const LT_STATUS status = source_->read(scene, in))
-        return status;
-    convert(in, buffer, window);
-    return LT_STS_Success;
+    return readInRowBands(*source_, window, [&](const LTISceneBuffer &in, lt_uint32 top,
+                                                lt_uint32 rows) {
+        convert(in, buffer, window.width, rows, top);
+    });
 }
 
-void LTIColorTransformer::convert(const LTISceneBuffer &in, LTISceneBuffer &out,
-                                  const Window &window) const {
+void LTIColorTransformer::convert(const LTISceneBuffer &in, LTISceneBuffer &out, lt_uint32 width,
+                                  lt_uint32 rows, lt_uint32 outTop) const {
     const LTIColorSpace src = source_->getColorSpace();
-    const lt_uint32 bytes = getPixelProps().getNumBytesPerSample() * window.width;
+    const lt_uint32 bytes = getPixelProps().getNumBytesPerSample() * width;
     const double maxValue = source_->getMaxDynamicRange();
     const bool grey = src == LTI_COLORSPACE_GRAYSCALE || src == LTI_COLORSPACE_GRAYSCALEA;
     const bool srcAlpha = LTIUtils::hasAlphaBand(src);
     const lt_uint16 srcAlphaBand = static_cast<lt_uint16>(source_->getNumBands() - 1);
-    for (lt_uint32 row = 0; row < window.height; ++row) {
+    for (lt_uint32 row = 0; row < rows; ++row) {
+        const lt_uint32 outRow = outTop + row;
         if (src == LTI_COLORSPACE_CMYK)
             detail::DispatchDataType(getDataType(), [&](auto t) {
-                CmykRow<decltype(t)>(in, out, row, window.width, maxValue);
+                CmykRow<decltype(t)>(in, out, row, outRow, width, maxValue);
             });
         else
             for (lt_uint16 b = 0; b < 3; ++b)
-                std::memcpy(out.getRow(b, row), in.getRow(grey ? 0 : b, row), bytes);
+                std::memcpy(out.getRow(b, outRow), in.getRow(grey ? 0 : b, row), bytes);
         if (getNumBands() < 4)
             continue;
         if (srcAlpha)
-            std::memcpy(out.getRow(3, row), in.getRow(srcAlphaBand, row), bytes);
+            std::memcpy(out.getRow(3, outRow), in.getRow(srcAlphaBand, row), bytes);
         else
             detail::DispatchDataType(getDataType(), [&](auto t) {
-                FillRow<decltype(t)>(out.getRow(3, row), window.width, maxValue);
+                FillRow<decltype(t)>(out.getRow(3, outRow), width, maxValue);
             });
     }
 }

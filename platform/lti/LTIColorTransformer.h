@@ -17,7 +17,8 @@ protected:
 
 private:
     LTIColorTransformer() = default;
-    void convert(const LTISceneBuffer &in, LTISceneBuffer &out, const Window &window) const;
+    void convert(const LTISceneBuffer &in, LTISceneBuffer &out, lt_uint32 width, lt_uint32 rows,
+                 lt_uint32 outTop) const;
 
     LTIImageStage *source_ = nullptr;
 };

@@ -10,12 +10,12 @@ namespace {
 
 template <class T>
 void StretchPlane(const LTISceneBuffer &in, LTISceneBuffer &out, lt_uint16 band, lt_uint32 width,
-                  lt_uint32 height, double lo, double hi) {
+                  lt_uint32 height, lt_uint32 outTop, double lo, double hi) {
     // Multiply before dividing so that exact midpoints (such as 50 of 0..100) stay exact.
     const double span = hi > lo ? hi - lo : HUGE_VAL;
     for (lt_uint32 row = 0; row < height; ++row) {
         const T *src = reinterpret_cast<const T *>(in.getRow(band, row));
-        lt_uint8 *dst = out.getRow(band, row);
+        lt_uint8 *dst = out.getRow(band, outTop + row);
         for (lt_uint32 x = 0; x < width; ++x)
             dst[x] = detail::ClampTo<lt_uint8>((static_cast<double>(src[x]) - lo) * 255.0 / span,
                                                0.0, 255.0);
@@ -48,15 +48,14 @@ LT_STATUS LTIDynamicRangeFilter::decode(const Window &window, LTISceneBuffer &bu
     const LTIScene scene(window.x, window.y, window.width, window.height, 1.0 / window.reduction);
     if (isIdentity())
         return source_->read(scene, buffer);
-    LTISceneBuffer in(source_->getPixelProps(), window.width, window.height);
-    if (const LT_STATUS status = source_->read(scene, in))
-        return status;
     const double lo = source_->getMinDynamicRange(), hi = source_->getMaxDynamicRange();
-    for (lt_uint16 band = 0; band < getNumBands(); ++band)
-        detail::DispatchDataType(source_->getDataType(), [&](auto t) {
-            StretchPlane<decltype(t)>(in, buffer, band, window.width, window.height, lo, hi);
-        });
-    return LT_STS_Success;
+    return readInRowBands(*source_, window, [&](const LTISceneBuffer &in, lt_uint32 top,
+                                                lt_uint32 rows) {
+        for (lt_uint16 band = 0; band < getNumBands(); ++band)
+            detail::DispatchDataType(source_->getDataType(), [&](auto t) {
+                StretchPlane<decltype(t)>(in, buffer, band, window.width, rows, top, lo, hi);
+            });
+    });
 }
 
 } // namespace LizardTech

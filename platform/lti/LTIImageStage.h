@@ -8,6 +8,9 @@
 #include "LTISceneBuffer.h"
 #include "LTIStatus.h"
 
+#include <algorithm>
+#include <cstdint>
+
 namespace LizardTech {
 
 class LTIImageStage {
@@ -56,6 +59,11 @@ protected:
                             double minMag);
     void setDynamicRange(double minValue, double maxValue);
     void setSource(const LTIImageStage *source) { source_ = source; }
+    // Filters read their source in bands of rows of a few MiB, so that their working memory
+    // is bounded whatever the window. `convert(in, top, rows)` gets each band: window rows
+    // top .. top + rows - 1, in the first `rows` rows of `in`.
+    template <class Convert>
+    static LT_STATUS readInRowBands(LTIImageStage &source, const Window &window, Convert convert);
     LTIMetadataDatabase &metadata() { return metadata_; }
     void setGeoCoord(const LTIGeoCoord &geo) { geo_ = geo; }
     bool isInitialized() const { return initialized_; }
@@ -74,5 +82,25 @@ private:
     LTIMetadataDatabase metadata_;
     LTIGeoCoord geo_;
 };
+
+template <class Convert>
+LT_STATUS LTIImageStage::readInRowBands(LTIImageStage &source, const Window &window,
+                                        Convert convert) {
+    constexpr uint64_t kBandBytes = 4u << 20;
+    const LTIPixel &pixel = source.getPixelProps();
+    const uint64_t rowBytes =
+        std::max<uint64_t>(uint64_t{window.width} * pixel.getNumBands() * pixel.getNumBytesPerSample(), 1);
+    const auto rows =
+        static_cast<lt_uint32>(std::clamp<uint64_t>(kBandBytes / rowBytes, 1, window.height));
+    LTISceneBuffer in(pixel, window.width, rows);
+    for (lt_uint32 top = 0; top < window.height; top += rows) {
+        const lt_uint32 n = std::min(rows, window.height - top);
+        const LTIScene scene(window.x, window.y + top, window.width, n, 1.0 / window.reduction);
+        if (const LT_STATUS status = source.read(scene, in))
+            return status;
+        convert(in, top, n);
+    }
+    return LT_STS_Success;
+}
 
 } // namespace LizardTech
