@@ -55,9 +55,12 @@ TEST(GeoTiffExtractPCS, LinearAndAngularUnits) {
     radians.ProjOriginLong = 0.1;
     EXPECT_EQ(Params(Decide(radians)).lon0, 5.729577951308233);
 
-    const std::pair<uint16_t, double> factors[] = {
-        {9101, 57.29577951308232}, {9103, 1.0 / 60}, {9104, 1.0 / 3600},
-        {9102, 1.0},               {9105, 1.0},      {0, 1.0}};
+    const std::pair<uint16_t, double> factors[] = {{9101, 57.29577951308232},
+                                                   {9103, 1.0 / 60},
+                                                   {9104, 1.0 / 3600},
+                                                   {9102, 1.0},
+                                                   {9105, 1.0},
+                                                   {0, 1.0}};
     for (auto [units, factor] : factors) {
         GeoTiffParams p;
         p.GeogAngularUnits = units;
@@ -84,6 +87,8 @@ TEST(GeoTiffExtractPCS, MethodFormsFromKeys) {
         ProjectionMethod method;
         std::vector<std::pair<Id, double>> expected;
     } cases[] = {
+        // One case a row.
+        // clang-format off
         {"UTM north from Projection", [](P &p) { p.Projection = 16032; }, ProjectionMethod::UTM,
          {{Id::Lon0, 9}, {Id::South, 0}}},
         {"UTM south from Projection", [](P &p) { p.Projection = 16132; }, ProjectionMethod::UTM,
@@ -97,7 +102,8 @@ TEST(GeoTiffExtractPCS, MethodFormsFromKeys) {
         {"16061 is no UTM code", [](P &p) { p.Projection = 16061; },
          ProjectionMethod::TransverseMercator, {{Id::South, 0}}},
         {"polar stereographic is always north",
-         [](P &p) { p.ProjCoordTrans = 15, p.ProjOriginLat = -71, p.ProjStraightVertPoleLong = 70; },
+         [](P &p) { p.ProjCoordTrans = 15,
+                    p.ProjOriginLat = -71, p.ProjStraightVertPoleLong = 70; },
          ProjectionMethod::Stereographic, {{Id::Lat0, 90}, {Id::Lat1, -71}, {Id::Lon0, 70}}},
         {"polar stereographic with the latitude in the scale key",
          [](P &p) { p.ProjCoordTrans = 15, p.ProjScaleAtOrigin = -90; },
@@ -143,6 +149,7 @@ TEST(GeoTiffExtractPCS, MethodFormsFromKeys) {
           {Id::Lat2, 51}, {Id::ScaleFactor, 1}, {Id::LinearScale, 1}}},
         {"an unknown transformation is a local grid", [](P &p) { p.ProjCoordTrans = 9; },
          ProjectionMethod::Planar, {}},
+        // clang-format on
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.what);
@@ -215,7 +222,8 @@ TEST(GeoTiffDecide, EllipsoidsFromKeys) {
         p.GeogSemiMajorAxis = c.major;
         p.GeogSemiMinorAxis = c.minor;
         p.GeogInvFlattening = c.inverseFlattening;
-        const gcs::EllipsoidDef &e = Decide(p).projection.GetEllipsoid();
+        const GeoTiffPieces pieces = Decide(p);
+        const gcs::EllipsoidDef &e = pieces.projection.GetEllipsoid();
         EXPECT_EQ(e.GetPOSC(), c.code < 0 ? 7008 : c.code) << c.what; // else Clarke 1866
         if (c.code == 0) {
             EXPECT_EQ(e.GetMajorRadius(), c.major) << c.what;
@@ -230,6 +238,7 @@ TEST(GeoTiffDecide, DatumChain) {
         void (*keys)(P &);
         int32_t datum; // 0: unknown; -1: user-defined on Clarke 1866
     } cases[] = {
+        // clang-format off
         // The system's datum comes before the datum key.
         {"geographic system's datum",
          [](P &p) { p.GTModelType = 2, p.GeographicType = 4326, p.GeogGeodeticDatum = 6267; },
@@ -248,6 +257,7 @@ TEST(GeoTiffDecide, DatumChain) {
         {"datum key in the projected part",
          [](P &p) { p = Projected(1), p.GeogGeodeticDatum = 6269; }, 6269},
         {"unknown datum code", [](P &p) { p.GTModelType = 2, p.GeogGeodeticDatum = 6999; }, 0},
+        // clang-format on
     };
     for (const auto &c : cases) {
         GeoTiffParams p;
@@ -405,7 +415,10 @@ TEST(GeoTiffExtract, RefusedPiecesFailTheResultOnly) {
         bool projection, datum;
     } cases[] = {
         {"latitude of origin 100",
-         {{1024, 0, 1, 1}, {2050, 0, 1, 6326}, {3072, 0, 1, kUser}, {3075, 0, 1, 1},
+         {{1024, 0, 1, 1},
+          {2050, 0, 1, 6326},
+          {3072, 0, 1, kUser},
+          {3075, 0, 1, 1},
           {3081, 34736, 1, 0}},
          {100.0},
          false,

@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 
 using namespace georef;
-using testsupport::GeoKey;
 using georeftest::GeoTiffBuilder;
+using testsupport::GeoKey;
 
 namespace {
 
@@ -59,8 +59,9 @@ TEST(GeoTiffExtractKeys, UnusableDirectoryLeavesTheBundleAHeaderClearsIt) {
         const Extracted r = Extract(builder);
         EXPECT_TRUE(r.ok) << c.what;
         EXPECT_EQ(Entries(r.bundle), c.entries) << c.what;
-        if (c.entries.empty())
+        if (c.entries.empty()) {
             EXPECT_EQ(r.bundle.GetEntryCount(), 0u) << c.what; // the header goes too
+        }
     }
 }
 

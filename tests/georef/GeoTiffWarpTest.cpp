@@ -21,7 +21,7 @@ constexpr double kHuge = std::numeric_limits<double>::max();
 
 // The model tags of one image; empty ones are not written.
 struct Tags {
-    std::vector<double> tiePoints, scale, matrix, intergraph;
+    std::vector<double> tiePoints = {}, scale = {}, matrix = {}, intergraph = {};
 };
 
 GeoTiffBuilder Build(const Tags &t) {
@@ -86,11 +86,13 @@ TEST(GetGeorefInfoFromGeoTIFF, TagCombinations) {
         std::vector<double> coefficients;
         bool flag;
     } cases[] = {
-        {"translation from an offset tie point",
-         {{10, 20, 0, 500000, 4000000, 0}, {30, 15, 0}},
+        // One case a row: what, tags, method, points, coefficients, flag.
+        // clang-format off
+        {"translation from an offset tie point", {{10, 20, 0, 500000, 4000000, 0}, {30, 15, 0}},
          WarpMethod::Coefficients, 1, {30, 0, 499700, 0, -15, 4000300}, true},
         {"one tie point alone", {kTie}, WarpMethod::None, 1, {}, false},
-        {"pixel scale of two values is no scale", {kTie, {30, 30}}, WarpMethod::None, 1, {}, false},
+        {"pixel scale of two values is no scale", {kTie, {30, 30}}, WarpMethod::None, 1, {},
+         false},
         {"a zero pixel size gives no coefficients", {kTie, {30, 0, 0}}, WarpMethod::None, 1, {},
          false},
         {"two tie points get a third", {{0, 0, 0, 10, 20, 0, 100, 50, 0, 110, 70, 0}},
@@ -108,6 +110,7 @@ TEST(GetGeorefInfoFromGeoTIFF, TagCombinations) {
          {kTie, {30, 30, 0}, kMatrix}, WarpMethod::Coefficients, 1, kFromMatrix, true},
         {"a NaN beyond m7 is ignored", {{}, {}, Matrix(8, kNaN)}, WarpMethod::Coefficients, 0,
          kFromMatrix, false},
+        // clang-format on
     };
     for (const auto &c : cases) {
         const WarpResult r = Read(Build(c.tags));

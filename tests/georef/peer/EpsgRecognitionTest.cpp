@@ -1,11 +1,11 @@
 // Every current EPSG system PROJ knows, written as a GeoTIFF carrying only its code, must come
 // back from the extraction under that same code. About 5,700 tiny files, a few seconds; they
 // stay in the tests' scratch folder under epsg_sweep/ for `iosid georef --json`.
-#include "support/peer/PeerProj.h"
-#include "support/GeoTiffTags.h"
 #include "gcs/KnownLists.h"
 #include "georef/GeoTiffExtract.h"
 #include "shr/Strings.h"
+#include "support/GeoTiffTags.h"
+#include "support/peer/PeerProj.h"
 
 #include <gtest/gtest.h>
 

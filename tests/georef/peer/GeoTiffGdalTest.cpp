@@ -172,8 +172,8 @@ const ParameterMap kParameters[] = {
     {"false_northing", ProjectionParameterID::YOrg, Kind::Length}};
 
 const ParameterMap *FindParameter(const std::string &method, const std::string &name) {
-    static const ParameterMap kPolarLatitude = {"latitude_of_origin",
-                                                ProjectionParameterID::Lat1, Kind::Angle};
+    static const ParameterMap kPolarLatitude = {"latitude_of_origin", ProjectionParameterID::Lat1,
+                                                Kind::Angle};
     if (method == "Polar_Stereographic" && name == kPolarLatitude.name)
         return &kPolarLatitude;
     for (const ParameterMap &p : kParameters) {
