@@ -1,6 +1,5 @@
-// GeoKeyBundle stores, GeoKeyName and the decoding of a bundle into GeoTiffParams.
+// GeoKeyBundle stores and the decoding of a bundle into GeoTiffParams.
 #include "georef/GeoKeyBundle.h"
-#include "georef/GeoKeyNames.h"
 #include "georef/GeoTiffParams.h"
 #include "georef/GeoTiffTrace.h"
 
@@ -20,38 +19,6 @@ std::vector<uint32_t> Ids(const GeoKeyBundle &bundle) {
     for (uint32_t i = 0; i < bundle.GetEntryCount(); ++i)
         ids.push_back(bundle.GetKeyId(i));
     return ids;
-}
-
-TEST(GeoKeyName, TableHasFortySixNamedRows) {
-    int named = 0;
-    for (uint32_t id = 0; id < 70000; ++id)
-        named += GeoKeyName(id) != nullptr;
-    EXPECT_EQ(named, 46);
-}
-
-TEST(GeoKeyName, NamesAsListed) {
-    struct Case {
-        uint32_t id;
-        const char *name;
-    } cases[] = {{1024, "GTModelType"},     {1026, "GTCitation"},
-                 {2052, "GeogLinearUnits"}, {2062, "GeogToWGS84GeoKey"},
-                 {3072, "ProjectedCSType"}, {3095, "ProjStraightVertPoleLong"},
-                 {4096, "VerticalCSType"},  {4099, "VerticalUnits"}};
-    for (const Case &c : cases)
-        EXPECT_STREQ(GeoKeyName(c.id), c.name) << c.id;
-    for (uint32_t id : {0u, 1u, 1023u, 2063u, 3096u, 4100u, 0x10000u + 1024u})
-        EXPECT_EQ(GeoKeyName(id), nullptr) << id;
-}
-
-TEST(GeoKeyBundle, KeysStaySortedAfterTheHeader) {
-    GeoKeyBundle bundle;
-    EXPECT_EQ(bundle.AddShort(3072, 32632), 1u);
-    EXPECT_EQ(bundle.AddShort(1024, 1), 1u);
-    EXPECT_EQ(bundle.AddShort(2048, 4326), 2u);
-    EXPECT_EQ(Ids(bundle), (std::vector<uint32_t>{1, 1024, 2048, 3072}));
-    uint16_t header[4];
-    ASSERT_TRUE(bundle.GetEntry(0, header));
-    EXPECT_EQ((std::vector<uint16_t>(header, header + 4)), (std::vector<uint16_t>{1, 1, 2, 0}));
 }
 
 TEST(GeoKeyBundle, EqualIdsKeepTheirOrder) {
@@ -219,23 +186,6 @@ TEST(GeoTiffBundleToParams, LaterDuplicateWinsAndToWGS84NeedsDoubles) {
     EXPECT_EQ(params.GeogToWGS84, (std::vector<double>{1, 2, 3, 4, 5, 6, 7}));
     EXPECT_EQ(params.ProjLinearUnits, 9002);
     EXPECT_EQ(params.GeogCitation, "");
-}
-
-TEST(GeoTiffParams, ListsEveryFieldOnce) {
-    GeoTiffParams params;
-    params.ProjOriginLat = 45.0;
-    params.GTCitation = "x";
-    std::vector<uint16_t> ids;
-    std::vector<std::string> nonZero;
-    ForEachGeoTiffParam(params, [&](const GeoTiffParamField &field) {
-        ids.push_back(field.keyId);
-        if (!field.IsZero())
-            nonZero.push_back(field.name);
-    });
-    EXPECT_EQ(ids.size(), 42u);
-    EXPECT_EQ(nonZero, (std::vector<std::string>{"ProjOriginLat", "GTCitation"}));
-    for (uint16_t id : ids)
-        EXPECT_NE(GeoKeyName(id), nullptr) << id;
 }
 
 } // namespace

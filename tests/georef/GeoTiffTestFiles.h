@@ -1,10 +1,12 @@
-// Opening built GeoTIFF bytes through the TIFF library's memory source.
+// Opening GeoTIFF tags built in memory through the TIFF library's memory source.
 #pragma once
-#include "GeoTiffBuilder.h"
 #include "Subsystems/TiffImage/TiffImageRead.h"
 #include "Subsystems/TiffImage/TiffSource.h"
+#include "support/GeoTiffTags.h"
 
 namespace georeftest {
+
+using GeoTiffBuilder = testsupport::GeoTiffTags;
 
 inline bool OpenBuilt(tiff::TiffImageRead &file, const GeoTiffBuilder &builder) {
     return file.OpenSource(tiff::MakeMemorySource(builder.Build()), L"built.tif");

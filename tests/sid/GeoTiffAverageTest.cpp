@@ -3,8 +3,7 @@
 // windows inside the image, and rows too wide for one output row to be read at once.
 #include "SidIO.h"
 
-#include "TestFiles.h"
-#include "TiffBuilder.h"
+#include "StripTiff.h"
 
 #include "lti/MrSIDImageReader.h"
 
@@ -16,7 +15,8 @@
 #include <limits>
 
 using namespace LizardTech;
-using sidtest::TiffBuilder;
+using sidtest::Bytes;
+using sidtest::StripTiff;
 
 namespace {
 
@@ -66,37 +66,38 @@ const AverageCase kCases[] = {
     {"float64 two bands wide", 9000, 70, 2, 64, 1, 3, 5, Float64Sample},
 };
 
-void PutSample(std::string &out, const AverageCase &c, double v) {
-    if (c.sampleFormat == 3) {
-        uint64_t bits;
-        std::memcpy(&bits, &v, 8);
-        TiffBuilder().Put(out, bits, 8);
-    } else {
-        TiffBuilder().Put(out, static_cast<uint64_t>(static_cast<int64_t>(v)), c.bits / 8);
-    }
+std::vector<uint64_t> Palette64() {
+    const std::vector<uint16_t> map = Palette();
+    return {map.begin(), map.end()};
 }
 
-std::string BuildImage(const AverageCase &c) {
-    TiffBuilder b;
-    b.Image(c.width, c.height, c.samples, c.bits, c.photometric, c.rowsPerStrip);
+Bytes BuildImage(const AverageCase &c) {
+    StripTiff b(c.width, c.height, c.samples, c.bits, c.photometric, c.rowsPerStrip);
     if (c.sampleFormat != 1)
-        b.Short(339, std::vector<uint16_t>(c.samples, c.sampleFormat));
+        b.Short(339, std::vector<uint64_t>(c.samples, c.sampleFormat));
     if (c.photometric == 3)
-        b.Short(320, Palette());
+        b.Short(320, Palette64());
     for (uint32_t top = 0; top < c.height; top += c.rowsPerStrip) {
-        std::string strip;
+        Bytes strip;
         for (uint32_t y = top; y < std::min(c.height, top + c.rowsPerStrip); ++y) {
             for (uint32_t x = 0; x < c.width; ++x) {
                 if (c.bits == 4) { // two pixels a byte, high nibble first
                     const int nibble = static_cast<int>(c.stored(x, y, 0));
                     if (x % 2 == 0)
-                        strip.push_back(static_cast<char>(nibble << 4));
+                        strip.push_back(static_cast<unsigned char>(nibble << 4));
                     else
-                        strip.back() = static_cast<char>(strip.back() | nibble);
+                        strip.back() = static_cast<unsigned char>(strip.back() | nibble);
                     continue;
                 }
-                for (uint32_t s = 0; s < c.samples; ++s)
-                    PutSample(strip, c, c.stored(x, y, s));
+                for (uint32_t s = 0; s < c.samples; ++s) {
+                    const double v = c.stored(x, y, s);
+                    uint64_t bits = 0;
+                    if (c.sampleFormat == 3)
+                        std::memcpy(&bits, &v, 8);
+                    else
+                        bits = static_cast<uint64_t>(static_cast<int64_t>(v));
+                    b.Put(strip, bits, c.bits / 8);
+                }
             }
         }
         b.Strip(strip);
@@ -163,7 +164,7 @@ std::vector<LTIScene> ScenesAt(uint32_t width, uint32_t height, uint32_t k) {
 
 TEST(GeoTiffAverage, EveryOutputPixelIsTheMeanOfItsClippedBlock) {
     for (const auto &c : kCases) {
-        SidIO stream(sidtest::Wide(sidtest::WriteScratch("average-case.tif", BuildImage(c))), true);
+        SidIO stream(sidtest::ScratchFile("average-case.tif", BuildImage(c)), true);
         MrSIDImageReader *reader = MrSIDImageReader::create();
         ASSERT_EQ(reader->initialize(&stream, nullptr, MRSID_MEMORY_USAGE_DEFAULT,
                                      MRSID_STREAM_USAGE_CREATE),

@@ -2,6 +2,7 @@
 // a stream, read at reductions no overview provides, with every heap allocation counted.
 // This program replaces the global allocation functions, so it runs on its own.
 #include "lti/MrSIDImageReader.h"
+#include "support/TiffWriter.h"
 
 #include <gtest/gtest.h>
 
@@ -113,32 +114,23 @@ private:
         return static_cast<lt_uint8>((at - header_.size()) % 2 ? v >> 8 : v);
     }
 
-    void Put(uint64_t v, int bytes) {
-        for (int i = 0; i < bytes; ++i)
-            header_.push_back(static_cast<char>(v >> (8 * i)));
-    }
-    void Entry(uint16_t tag, uint16_t type, uint32_t value) {
-        Put(tag, 2);
-        Put(type, 2);
-        Put(1, 4);
-        Put(value, 4); // a short sits in the first two bytes (little-endian)
-    }
+    // One strip of raw samples right after the header and directory (all values inline).
     void BuildHeader() {
-        constexpr uint16_t kShort = 3, kLong = 4, kEntries = 9;
-        const uint32_t dataStart = 8 + 2 + 12 * kEntries + 4;
-        header_ = std::string("II*\0", 4);
-        Put(8, 4);
-        Put(kEntries, 2);
-        Entry(256, kLong, width_);
-        Entry(257, kLong, height_);
-        Entry(258, kShort, 16);                   // BitsPerSample
-        Entry(259, kShort, 1);                    // no compression
-        Entry(262, kShort, 1);                    // BlackIsZero
-        Entry(273, kLong, dataStart);             // StripOffsets
-        Entry(277, kShort, 1);                    // SamplesPerPixel
-        Entry(278, kLong, height_);               // RowsPerStrip: one strip
-        Entry(279, kLong, width_ * height_ * 2u); // StripByteCounts
-        Put(0, 4);
+        using namespace testsupport;
+        TiffWriter writer;
+        Directory &d = writer.AddDirectory();
+        for (auto [tag, value] : {std::pair<uint16_t, uint64_t>{256, width_},
+                                  {257, height_},
+                                  {278, height_},
+                                  {279, uint64_t{width_} * height_ * 2}})
+            writer.AddUInts(d, tag, kLong, {value});
+        for (auto [tag, value] :
+             {std::pair<uint16_t, uint64_t>{258, 16}, {259, 1}, {262, 1}, {277, 1}})
+            writer.AddUInts(d, tag, kShort, {value});
+        Entry &offset = writer.AddRaw(d, 273, kLong, 1, 0);
+        offset.field = writer.Build().size();
+        const Bytes header = writer.Build();
+        header_.assign(header.begin(), header.end());
     }
 
     uint32_t width_, height_;

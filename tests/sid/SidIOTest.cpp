@@ -17,26 +17,32 @@ std::wstring HundredBytes() {
     return sidtest::Wide(sidtest::WriteScratch("sidio_100.bin", bytes));
 }
 
-TEST(SidIO, MissingFileAndDoubleOpen) {
+TEST(SidIO, OpeningClosingAndRefusals) {
     SidIO missing(sidtest::Wide(sidtest::ScratchPath("no_such_file.sid")), true);
     EXPECT_FALSE(missing.isOpen());
     EXPECT_EQ(missing.getLastError(), 1u);
     SidIO stream(HundredBytes(), true);
     EXPECT_TRUE(stream.isOpen());
     EXPECT_EQ(stream.getLastError(), 0u);
-    EXPECT_EQ(stream.open(), 145012u);
+    EXPECT_EQ(stream.open(), 145012u); // already open
     EXPECT_EQ(stream.getLastError(), 145012u);
     EXPECT_TRUE(stream.isOpen());
-}
+    const lt_uint8 data[3] = {1, 2, 3};
+    EXPECT_EQ(stream.write(data, 3), 0u);
+    EXPECT_EQ(stream.getLastError(), 1u);
+    EXPECT_THROW(stream.read(nullptr, 4), gsl::fail_fast);
 
-TEST(SidIO, OpenLaterWhenNotOpenedAtConstruction) {
-    SidIO stream(HundredBytes(), false);
-    EXPECT_FALSE(stream.isOpen());
-    EXPECT_EQ(stream.open(), 0u);
-    EXPECT_TRUE(stream.isOpen());
-    EXPECT_EQ(stream.close(), 0u);
-    EXPECT_FALSE(stream.isOpen());
-    EXPECT_EQ(stream.close(), 0u); // closing a closed stream is fine
+    SidIO later(HundredBytes(), false);
+    lt_uint8 buffer[4];
+    EXPECT_EQ(later.read(buffer, 4), 0u); // closed: refused
+    EXPECT_EQ(later.getLastError(), 1u);
+    EXPECT_EQ(later.seek(0, LTIO_SEEK_DIR_BEG), 1u);
+    EXPECT_FALSE(later.isEOF());
+    EXPECT_EQ(later.open(), 0u);
+    EXPECT_TRUE(later.isOpen());
+    EXPECT_EQ(later.close(), 0u);
+    EXPECT_FALSE(later.isOpen());
+    EXPECT_EQ(later.close(), 0u); // closing a closed stream is fine
 }
 
 TEST(SidIO, ShortReadSetsEndOfFileForGood) {
@@ -79,27 +85,6 @@ TEST(SidIO, SeekDirections) {
         EXPECT_EQ(stream.getLastError(), c.status);
         EXPECT_EQ(stream.tell(), c.position) << c.dir;
     }
-}
-
-TEST(SidIO, ClosedStreamRefusesReadAndSeek) {
-    SidIO stream(HundredBytes(), false);
-    lt_uint8 buffer[4];
-    EXPECT_EQ(stream.read(buffer, 4), 0u);
-    EXPECT_EQ(stream.getLastError(), 1u);
-    EXPECT_EQ(stream.seek(0, LTIO_SEEK_DIR_BEG), 1u);
-    EXPECT_FALSE(stream.isEOF());
-}
-
-TEST(SidIO, WriteIsRefused) {
-    SidIO stream(HundredBytes(), true);
-    const lt_uint8 data[3] = {1, 2, 3};
-    EXPECT_EQ(stream.write(data, 3), 0u);
-    EXPECT_EQ(stream.getLastError(), 1u);
-}
-
-TEST(SidIO, NullBufferBreaksThePrecondition) {
-    SidIO stream(HundredBytes(), true);
-    EXPECT_THROW(stream.read(nullptr, 4), gsl::fail_fast);
 }
 
 TEST(SidIO, DuplicateIsAClosedStreamOnTheSamePath) {

@@ -2,7 +2,6 @@
 #pragma once
 #include <cstdio>
 #include <string>
-#include <vector>
 
 namespace sidtest {
 
@@ -20,18 +19,6 @@ inline std::string WriteScratch(const std::string &name, const std::string &byte
         std::fclose(f);
     }
     return path;
-}
-
-inline std::string ReadWhole(const std::string &path) {
-    std::string bytes;
-    if (std::FILE *f = std::fopen(path.c_str(), "rb")) {
-        char buf[65536];
-        size_t n;
-        while ((n = std::fread(buf, 1, sizeof buf, f)) > 0)
-            bytes.append(buf, n);
-        std::fclose(f);
-    }
-    return bytes;
 }
 
 } // namespace sidtest

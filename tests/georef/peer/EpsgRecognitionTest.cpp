@@ -1,11 +1,11 @@
 // Every current EPSG system PROJ knows, written as a GeoTIFF carrying only its code, must come
 // back from the extraction under that same code. About 5,700 tiny files, a few seconds; they
-// stay in the build tree under epsg_sweep/ for `iosid georef --json`.
-#include "support/peer/PeerProj.h"
-#include "GeoTiffBuilder.h"
+// stay in the tests' scratch folder under epsg_sweep/ for `iosid georef --json`.
 #include "gcs/KnownLists.h"
 #include "georef/GeoTiffExtract.h"
 #include "shr/Strings.h"
+#include "support/GeoTiffTags.h"
+#include "support/peer/PeerProj.h"
 
 #include <gtest/gtest.h>
 
@@ -51,7 +51,7 @@ std::vector<int> CurrentCodes(PJ_TYPE type) {
 }
 
 std::wstring WriteFile(const SweepCase &c, int code) {
-    georeftest::GeoTiffBuilder builder;
+    testsupport::GeoTiffTags builder;
     builder.Keys({{kModelTypeKey, 0, 1, c.modelType},
                   {kRasterTypeKey, 0, 1, 1},
                   {c.codeKey, 0, 1, static_cast<uint16_t>(code)}});
@@ -72,7 +72,7 @@ std::string Why(const gcs::GCSDef &extracted, int code) {
 
 TEST(EpsgRecognition, EveryCurrentSystemComesBackUnderItsOwnCode) {
     // Fresh files: rewriting existing ones makes the file system flush each on close.
-    const std::string directory = std::string(IOSID_BUILD_DIR) + "/epsg_sweep";
+    const std::string directory = testsupport::ScratchPath("epsg_sweep");
     std::filesystem::remove_all(directory);
     std::filesystem::create_directories(directory);
     for (const SweepCase &c : kCases) {

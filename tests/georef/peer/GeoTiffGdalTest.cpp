@@ -156,82 +156,27 @@ struct ParameterMap {
     Kind kind;
 };
 
-const ParameterMap kFalseOrigin[] = {{"false_easting", ProjectionParameterID::XOrg, Kind::Length},
-                                     {"false_northing", ProjectionParameterID::YOrg, Kind::Length}};
+// WKT 1 parameter names GDAL writes, onto our parameters. The latitude of origin of the polar
+// stereographic (variant B) form is the latitude of true scale.
+const ParameterMap kParameters[] = {
+    {"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
+    {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
+    {"latitude_of_center", ProjectionParameterID::Lat0, Kind::Angle},
+    {"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle},
+    {"standard_parallel_1", ProjectionParameterID::Lat1, Kind::Angle},
+    {"standard_parallel_2", ProjectionParameterID::Lat2, Kind::Angle},
+    {"azimuth", ProjectionParameterID::Azimuth, Kind::Angle},
+    {"rectified_grid_angle", ProjectionParameterID::GridAngle, Kind::GridAngle},
+    {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale},
+    {"false_easting", ProjectionParameterID::XOrg, Kind::Length},
+    {"false_northing", ProjectionParameterID::YOrg, Kind::Length}};
 
-// WKT 1 parameter names of each projection GDAL writes, onto our parameters.
-const std::map<std::string, std::vector<ParameterMap>> kProjections = {
-    {"Transverse_Mercator",
-     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
-      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
-      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
-    {"Transverse_Mercator_South_Orientated",
-     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
-      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
-      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
-    {"Cassini_Soldner",
-     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
-      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle}}},
-    // The latitude of origin of the variant B form is the latitude of true scale.
-    {"Polar_Stereographic",
-     {{"latitude_of_origin", ProjectionParameterID::Lat1, Kind::Angle},
-      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
-      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
-    {"Oblique_Stereographic",
-     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
-      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
-      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
-    {"Albers_Conic_Equal_Area",
-     {{"latitude_of_center", ProjectionParameterID::Lat0, Kind::Angle},
-      {"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle},
-      {"standard_parallel_1", ProjectionParameterID::Lat1, Kind::Angle},
-      {"standard_parallel_2", ProjectionParameterID::Lat2, Kind::Angle}}},
-    {"Lambert_Conformal_Conic_2SP",
-     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
-      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
-      {"standard_parallel_1", ProjectionParameterID::Lat1, Kind::Angle},
-      {"standard_parallel_2", ProjectionParameterID::Lat2, Kind::Angle}}},
-    {"Lambert_Conformal_Conic_1SP",
-     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
-      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
-      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
-    {"Equirectangular",
-     {{"standard_parallel_1", ProjectionParameterID::Lat1, Kind::Angle},
-      {"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
-      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle}}},
-    {"Hotine_Oblique_Mercator",
-     {{"latitude_of_center", ProjectionParameterID::Lat0, Kind::Angle},
-      {"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle},
-      {"azimuth", ProjectionParameterID::Azimuth, Kind::Angle},
-      {"rectified_grid_angle", ProjectionParameterID::GridAngle, Kind::GridAngle},
-      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
-    {"Laborde_Oblique_Mercator",
-     {{"latitude_of_center", ProjectionParameterID::Lat0, Kind::Angle},
-      {"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle},
-      {"azimuth", ProjectionParameterID::Azimuth, Kind::Angle},
-      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
-    {"Lambert_Azimuthal_Equal_Area",
-     {{"latitude_of_center", ProjectionParameterID::Lat0, Kind::Angle},
-      {"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle}}},
-    {"Mercator_1SP",
-     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
-      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
-      {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale}}},
-    {"New_Zealand_Map_Grid",
-     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
-      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle}}},
-    {"Polyconic",
-     {{"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
-      {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle}}},
-    {"Sinusoidal", {{"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle}}},
-};
-
-const ParameterMap *FindParameter(const std::vector<ParameterMap> &map, const std::string &name) {
-    for (const ParameterMap &p : map) {
-        if (name == p.name)
-            return &p;
-    }
-    for (const ParameterMap &p : kFalseOrigin) {
+const ParameterMap *FindParameter(const std::string &method, const std::string &name) {
+    static const ParameterMap kPolarLatitude = {"latitude_of_origin", ProjectionParameterID::Lat1,
+                                                Kind::Angle};
+    if (method == "Polar_Stereographic" && name == kPolarLatitude.name)
+        return &kPolarLatitude;
+    for (const ParameterMap &p : kParameters) {
         if (name == p.name)
             return &p;
     }
@@ -269,10 +214,8 @@ void CompareProjection(const gcs::GCSDef &system, const WktNode &projcs, double 
     const double metresPerUnit = projcs.Child("UNIT")->Number(1);
     EXPECT_NEAR_REL(q.linearScale, 1.0 / metresPerUnit);
     const std::string method = projcs.Child("PROJECTION")->values.at(0);
-    auto map = kProjections.find(method);
-    ASSERT_NE(map, kProjections.end()) << "no parameter map for " << method;
     for (const auto &[name, value] : projcs.Parameters()) {
-        const ParameterMap *p = FindParameter(map->second, name);
+        const ParameterMap *p = FindParameter(method, name);
         ASSERT_NE(p, nullptr) << method << " parameter " << name;
         EXPECT_NEAR_REL(Ours(*p, q), Expected(*p, value, degreesPerUnit, metresPerUnit)) << name;
     }

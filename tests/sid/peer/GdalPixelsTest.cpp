@@ -1,6 +1,7 @@
 // Pixels read through SidInterface and the GeoTIFF engine against gdal_translate reading the
 // same image and overview: every scale up to the maximum, whole images and regions, over
-// tiled and stripped, chunky and planar, compressed, big-endian and BigTIFF files.
+// tiled and stripped, chunky and planar, compressed, big-endian and BigTIFF files. Reductions
+// no overview provides are checked against the exact block means in GeoTiffAverageTest.
 #include "PeerTools.h"
 
 #include <gtest/gtest.h>
@@ -91,22 +92,6 @@ TEST_P(GdalPyramid, UnalignedRegionsStartAtTheReducedPixelBelow) {
 
 INSTANTIATE_TEST_SUITE_P(Files, GdalPyramid, ::testing::ValuesIn(kPyramids),
                          [](const auto &info) { return std::string(info.param.name); });
-
-TEST(GdalAveraging, ReductionsBeyondTheOverviewsAverageTheFinestLevel) {
-    // 1500 x 700 without overviews: the longer side needs a reduction of 4 to fit 512 pixels.
-    const std::string source = MakeSource("grey_no_overviews", 1500, 700, 1, "Byte");
-    const std::string tiff = MakeGeoTiff("grey_no_overviews", source, "-co TILED=YES", "");
-    ASSERT_FALSE(tiff.empty());
-    for (uint32_t scale : {2u, 4u}) {
-        const uint32_t whole[4] = {0, 0, 1499, 699};
-        const Image ours = ReadOurs(tiff, scale, whole, 3);
-        ASSERT_TRUE(ours.error.empty()) << ours.error;
-        const Image peer = ReadGdal(tiff, "-r average " + SourceWindow(whole, scale), 1);
-        EXPECT_LE(MaxDifference(ours, peer), 1) << "scale " << scale;
-        EXPECT_GE(MaxDifference(ours, peer), 0);
-    }
-    EXPECT_TRUE(ReadOurs(tiff, 8, nullptr, 3).error.empty()); // clamped to 4
-}
 
 struct FixtureCase {
     const char *file;

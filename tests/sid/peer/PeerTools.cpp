@@ -14,63 +14,6 @@
 
 namespace sidpeer {
 
-int RunQuiet(const std::string &command) {
-    return std::system((command + " >/dev/null 2>&1").c_str());
-}
-
-std::string Capture(const std::string &command) {
-    std::string out;
-    if (FILE *pipe = popen(command.c_str(), "r")) {
-        char buf[4096];
-        size_t n;
-        while ((n = std::fread(buf, 1, sizeof buf, pipe)) > 0)
-            out.append(buf, n);
-        pclose(pipe);
-    }
-    return out;
-}
-
-std::string BuildPath(const std::string &name) { return std::string(IOSID_BUILD_DIR) + "/" + name; }
-
-std::string MakeSource(const std::string &name, uint32_t width, uint32_t height, int bands,
-                       const std::string &type) {
-    const std::string raw = BuildPath(name + ".raw");
-    const bool wide = type == "UInt16";
-    std::ofstream out(raw, std::ios::binary);
-    for (int b = 0; b < bands; ++b)
-        for (uint32_t y = 0; y < height; ++y)
-            for (uint32_t x = 0; x < width; ++x) {
-                // Gradients plus a hash, so that neighbouring pixels differ and averages vary.
-                const uint32_t h = (x * 2654435761u) ^ (y * 40503u) ^ (b * 97u);
-                const uint32_t v = (x / 3 + y / 2 + b * 60 + (h >> 27)) & 0xFF;
-                if (wide) {
-                    const uint16_t w = static_cast<uint16_t>(v * 251 + (h & 0xFF));
-                    out.write(reinterpret_cast<const char *>(&w), 2);
-                } else {
-                    out.put(static_cast<char>(v));
-                }
-            }
-    std::ofstream header(BuildPath(name + ".hdr"));
-    header << "ENVI\nsamples = " << width << "\nlines = " << height << "\nbands = " << bands
-           << "\nheader offset = 0\nfile type = ENVI Standard\ndata type = " << (wide ? 12 : 1)
-           << "\ninterleave = bsq\nbyte order = 0\n";
-    return raw;
-}
-
-std::string MakeGeoTiff(const std::string &name, const std::string &source,
-                        const std::string &options, const std::string &overviews) {
-    const std::string path = BuildPath(name + ".tif");
-    std::remove(path.c_str());
-    const std::string translate = "gdal_translate -q -of GTiff -a_srs EPSG:32611 "
-                                  "-a_ullr 500000 4100000 530000 4080000 " +
-                                  options + " " + source + " " + path;
-    if (RunQuiet(translate) != 0)
-        return "";
-    if (!overviews.empty() && RunQuiet("gdaladdo -q -r average " + path + " " + overviews) != 0)
-        return "";
-    return path;
-}
-
 std::string MakeJpeg2000(const std::string &name, const std::string &source,
                          const std::string &args, const std::string &extension) {
     const std::string path = BuildPath(name + "." + extension);

@@ -1,29 +1,28 @@
 // Helpers for the GDAL peer tests: running the GDAL tools, writing synthetic sources, and
 // reading images through SidInterface and through gdal_translate for comparison.
 #pragma once
+#include "support/peer/Peer.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace sidpeer {
 
-// Runs a shell command; its exit status (0 on success).
-int RunQuiet(const std::string &command);
-// Runs a shell command and returns what it printed on stdout.
-std::string Capture(const std::string &command);
-
-std::string BuildPath(const std::string &name);
-
-// Writes an ENVI source (band-sequential raw plus header) with a deterministic, textured
-// pattern; `type` is "Byte" or "UInt16". Returns the raw file's path.
-std::string MakeSource(const std::string &name, uint32_t width, uint32_t height, int bands,
-                       const std::string &type);
-
-// gdal_translate `source` into a GeoTIFF with creation options `options` (such as
-// "-co TILED=YES"), georeferenced, then gdaladdo with `overviews` (such as "2 4 8") when not
-// empty. Returns the GeoTIFF's path, or "" on failure.
-std::string MakeGeoTiff(const std::string &name, const std::string &source,
-                        const std::string &options, const std::string &overviews);
+// The shared harness under this folder's names: commands, scratch files and GDAL fixtures.
+inline int RunQuiet(const std::string &command) { return peer::RunQuiet(command); }
+inline std::string Capture(const std::string &command) { return peer::RunCommand(command); }
+inline std::string BuildPath(const std::string &name) { return peer::ScratchPath(name); }
+inline std::string MakeSource(const std::string &name, uint32_t width, uint32_t height, int bands,
+                              const std::string &type) {
+    return peer::MakeEnviSource(name, width, height, bands, type);
+}
+// A UTM zone 11 GeoTIFF of `source` with creation options `options`, and overviews when given.
+inline std::string MakeGeoTiff(const std::string &name, const std::string &source,
+                               const std::string &options, const std::string &overviews) {
+    return peer::MakeGeoTiff(name, source, "EPSG:32611",
+                             "-a_ullr 500000 4100000 530000 4080000 " + options, overviews);
+}
 
 // gdal_translate `source` into JPEG 2000 with the JP2OpenJPEG driver and `args` (creation
 // options, georeferencing); `extension` is "jp2" or "j2k". Returns the path, or "" on failure.
