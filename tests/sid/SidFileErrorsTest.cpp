@@ -44,6 +44,13 @@ std::string Ramp(size_t n) {
 
 std::string Text(const Bytes &bytes) { return std::string(bytes.begin(), bytes.end()); }
 
+// One row of `width` pixels of `samples` 8-bit samples, its strip `stored` bytes.
+Bytes OneRow(uint32_t width, uint16_t samples, uint16_t compression, size_t stored) {
+    StripTiff b(width, 1, samples, 8, 1, 1);
+    b.Short(259, {compression});
+    return b.Strip(Bytes(stored, 0x80)).Build();
+}
+
 struct OpenCase {
     const char *name;
     std::string bytes;
@@ -65,6 +72,13 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
         {"image.jp2", std::string("\0\0\0\x0CjP  \r\n\x87\n\0\0", 14), kNoJpeg2000},
         {"image.j2k", std::string("\xFF\x4F\xFF\x51\0\0", 6), kNoJpeg2000},
 #endif
+        // Shapes no file of this size could fill are refused before any strip is sized.
+        {"claims-300MB-rows.tif", Text(OneRow(100000, 3000, 5, 16)),
+         L"the image is corrupt: a row of 100000 pixels needs 300000000 bytes, more than the "
+         L"69632 bytes the image's strips or tiles can decode to"},
+        {"sparse-wide.tif", Text(OneRow(1048577, 1, 1, 0)),
+         L"the image is corrupt: a row of 1048577 pixels needs 1048577 bytes, more than the 0 "
+         L"bytes the image's strips or tiles can decode to"},
         {"jpeg.tif", Text(GreyTiff(7, Ramp(64))),
          L"the image uses a layout this reader does not support: Compression 7 (only none, LZW, "
          L"Deflate and PackBits are decoded)"},
@@ -78,6 +92,12 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
         EXPECT_TRUE(reader.Open(sidtest::Wide(sidtest::WriteScratch("valid.tif", validTiff))));
         EXPECT_EQ(reader.GetWidth(), 8u);
     }
+}
+
+TEST(SidFileErrors, RowsUpToAMebibyteOpenWhateverTheFileHolds) {
+    SidInterface reader;
+    EXPECT_TRUE(reader.Open(sidtest::ScratchFile("sparse-1MiB.tif", OneRow(1048576, 1, 1, 0))));
+    EXPECT_EQ(reader.GetWidth(), 1048576u);
 }
 
 TEST(SidFileErrors, MissingFile) {
