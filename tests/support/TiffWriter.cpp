@@ -3,6 +3,7 @@
 #include "TiffWriter.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -241,7 +242,12 @@ Bytes TiffWriter::Build() const {
 }
 
 std::string ScratchPath(const std::string &name) {
+    // One folder per test program, so that programs run side by side never share a file.
+#ifdef __GLIBC__
+    const std::string dir = std::string(IOSID_SCRATCH_DIR) + "/" + program_invocation_short_name;
+#else
     const std::string dir = IOSID_SCRATCH_DIR;
+#endif
     std::filesystem::create_directories(dir);
     return dir + "/" + name;
 }

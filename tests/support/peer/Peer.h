@@ -2,6 +2,8 @@
 // with GDAL, compare rasters in one layout, and read libtiff's view of a file. PROJ access is
 // in PeerProj.h.
 #pragma once
+#include "support/TiffWriter.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -21,9 +23,8 @@ std::string ReadFile(const std::string &path);
 // Exit status of a shell command run with its output discarded (0 on success).
 int RunQuiet(const std::string &command);
 std::string ShellQuote(const std::string &text);
-// A file name in the peer scratch folder (created on first use).
-std::string ScratchPath(const std::string &name);
-std::wstring Wide(const std::string &text);
+using testsupport::ScratchPath;
+using testsupport::Wide;
 
 // GDAL-made fixtures. An ENVI source (band-sequential raw plus header) with a textured pattern;
 // `type` is "Byte" or "UInt16". Returns the raw file's path.

@@ -27,7 +27,9 @@ std::string ReadFile(const std::string &path) {
 CommandResult Run(const std::string &command) {
     // One name per process: peer tests may run side by side.
     const std::string base = ScratchPath("command" + std::to_string(getpid()));
-    const int raw = std::system((command + " >" + base + ".out 2>" + base + ".err").c_str());
+    // Grouped, so that the command's own redirections (2>&1) keep their meaning.
+    const int raw =
+        std::system(("{ " + command + "\n} >" + base + ".out 2>" + base + ".err").c_str());
     CommandResult run;
     run.status = raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     run.out = ReadFile(base + ".out");
@@ -45,14 +47,6 @@ std::string ShellQuote(const std::string &text) {
         quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return quoted + "'";
 }
-
-std::string ScratchPath(const std::string &name) {
-    const std::string dir = std::string(IOSID_SCRATCH_DIR) + "/peer";
-    std::filesystem::create_directories(dir);
-    return dir + "/" + name;
-}
-
-std::wstring Wide(const std::string &text) { return std::wstring(text.begin(), text.end()); }
 
 std::string MakeEnviSource(const std::string &name, uint32_t width, uint32_t height, int bands,
                            const std::string &type) {
