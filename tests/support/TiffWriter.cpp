@@ -255,7 +255,8 @@ std::string ScratchPath(const std::string &name) {
 std::string WriteScratch(const std::string &name, const Bytes &bytes) {
     const std::string path = ScratchPath(name);
     if (FILE *f = std::fopen(path.c_str(), "wb")) {
-        std::fwrite(bytes.data(), 1, bytes.size(), f);
+        if (!bytes.empty())
+            std::fwrite(bytes.data(), 1, bytes.size(), f);
         std::fclose(f);
     }
     return path;
