@@ -9,26 +9,16 @@ data=${2:?directory for the generated image and outputs}
 size=${3:-16384}
 here="$(cd "$(dirname "$0")" && pwd)"
 image="$data/bench_rgb_${size}.tif"
-"$here/../sid/make_pyramid.sh" "$image" "$size"
-
-# Runs a command under /usr/bin/time; prints "seconds peak_kib".
-measure() {
-    local log="$data/time.log"
-    /usr/bin/time -v "$@" >/dev/null 2>"$log" || { cat "$log" >&2; return 1; }
-    local wall rss
-    wall=$(awk -F': ' '/Elapsed \(wall clock\)/ {print $2}' "$log" |
-        awk -F: '{ if (NF == 3) print $1*3600 + $2*60 + $3; else print $1*60 + $2 }')
-    rss=$(awk -F': ' '/Maximum resident set size/ {print $2}' "$log")
-    echo "$wall $rss"
-}
+source "$here/../measure.sh"
+"$here/../sid/make_image.sh" "$image" "$size"
 
 printf "%-6s %11s %9s %9s %7s %12s %12s\n" scale output ours_s gdal_s ratio ours_rss_MiB gdal_rss_MiB
 for scale in 1 2 4 8; do
     out_w=$((size / scale))
     rm -f "$data/ours.tif" "$data/gdal.tif"
-    read -r ours_s ours_kib < <(measure "$iosid" import "$image" -o "$data/ours.tif" --quiet \
+    read -r ours_s ours_kib < <(measure "$data/time.log" "$iosid" import "$image" -o "$data/ours.tif" --quiet \
         --compress none --defaults --forget --scale "$scale" --settings "$data/settings.json")
-    read -r gdal_s gdal_kib < <(measure gdal_translate -q -of GTiff -co TILED=YES \
+    read -r gdal_s gdal_kib < <(measure "$data/time.log" gdal_translate -q -of GTiff -co TILED=YES \
         -co COMPRESS=NONE -srcwin 0 0 "$size" "$size" -outsize "$out_w" "$out_w" \
         "$image" "$data/gdal.tif")
     awk -v s="$scale" -v w="${out_w}x${out_w}" -v a="$ours_s" -v b="$gdal_s" -v ra="$ours_kib" \

@@ -1,7 +1,8 @@
 // TiffSource over LTIOStreamInf.
 #include "GeoTiffSource.h"
 
-#include <algorithm>
+#include "engines/StreamRead.h"
+
 #include <limits>
 
 namespace engines::geotiff {
@@ -32,19 +33,7 @@ public:
                stream_.tell() == target;
     }
 
-    size_t Read(void *dest, size_t size) override {
-        auto *out = static_cast<lt_uint8 *>(dest);
-        size_t total = 0;
-        while (total < size) {
-            // The stream counts in 32 bits; large reads go in pieces.
-            const auto piece = static_cast<lt_uint32>(std::min<size_t>(size - total, 1u << 30));
-            const lt_uint32 got = stream_.read(out + total, piece);
-            total += got;
-            if (got < piece)
-                break;
-        }
-        return total;
-    }
+    size_t Read(void *dest, size_t size) override { return ReadStream(stream_, dest, size); }
 
 private:
     LTIOStreamInf &stream_;

@@ -1,7 +1,8 @@
 // StreamBytes over LTIOStreamInf.
 #include "Jpeg2000Stream.h"
 
-#include <algorithm>
+#include "engines/StreamRead.h"
+
 #include <limits>
 
 namespace engines::jpeg2000 {
@@ -26,17 +27,7 @@ size_t StreamBytes::readSome(uint64_t offset, void *dest, size_t size) {
     if (offset > static_cast<uint64_t>(std::numeric_limits<lt_int64>::max()) ||
         stream_.seek(static_cast<lt_int64>(offset), LTIO_SEEK_DIR_BEG) != LT_STS_Success)
         return 0;
-    auto *out = static_cast<lt_uint8 *>(dest);
-    size_t total = 0;
-    while (total < size) {
-        // The stream counts in 32 bits; large reads go in pieces.
-        const auto piece = static_cast<lt_uint32>(std::min<size_t>(size - total, 1u << 30));
-        const lt_uint32 got = stream_.read(out + total, piece);
-        total += got;
-        if (got < piece)
-            break;
-    }
-    return total;
+    return ReadStream(stream_, dest, size);
 }
 
 bool StreamBytes::read(uint64_t offset, void *dest, size_t size) {
