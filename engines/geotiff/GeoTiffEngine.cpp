@@ -5,8 +5,10 @@
 #include "GeoTiffAverage.h"
 #include "GeoTiffGeo.h"
 #include "GeoTiffLevels.h"
+#include "GeoTiffRange.h"
 #include "GeoTiffSource.h"
 #include "lti/LTIUtils.h"
+#include "lti/SampleOps.h"
 
 #include "Subsystems/TiffImage/TiffRead.h"
 #include "shr/Strings.h"
@@ -15,6 +17,7 @@
 #include <cmath>
 #include <new>
 #include <string>
+#include <tuple>
 
 namespace engines::geotiff {
 
@@ -27,6 +30,7 @@ constexpr uint32_t kPreviewSide = 512;         // reductions go on until the lon
 constexpr uint32_t kMaxReduction = 1u << 30;
 // A row may always claim this much; beyond it, only what the file's blocks can decode to.
 constexpr uint64_t kRowAllowance = 1u << 20;
+constexpr uint64_t kScanPixels = 1u << 20; // pixels looked at for a range the file lacks
 
 enum Photometric : uint16_t {
     kWhiteIsZero = 0,
@@ -112,6 +116,8 @@ private:
     LT_STATUS findLevels();
     LT_STATUS addLevel(uint32_t factor, GeoTiffLayout layout);
     LT_STATUS describePixels(const GeoTiffLayout &base);
+    void declareBandRanges();
+    std::vector<BandRange> scanCoarsestLevel();
     double minimumMagnification() const;
     uint32_t levelFor(uint32_t reduction) const; // the coarsest level not above `reduction`
 
@@ -224,7 +230,71 @@ LT_STATUS GeoTiffEngine::describePixels(const GeoTiffLayout &layout) {
         setDynamicRange(layout.declaredMin, layout.declaredMax);
     else if (subByte)
         setDynamicRange(0.0, bitMax);
+    else if (!map_.palette && base.bitsPerSample > 8)
+        declareBandRanges();
     return LT_STS_Success;
+}
+
+// Samples wider than a byte rarely fill their type: each band gets the statistics the file
+// carries, or else the extent of its samples in the coarsest level. Alpha keeps the type's
+// range, so that opaque stays opaque.
+void GeoTiffEngine::declareBandRanges() {
+    const tiff::TiffDirectory &dir = reader_.Directories()[baseDirectory_];
+    const tiff::TiffEntry *xml = dir.Find(kTagGdalMetadata);
+    std::vector<BandRange> ranges = ParseGdalStatistics(xml ? xml->GetAscii() : "", getNumBands());
+    const auto known = [](const BandRange &r) { return r.known; };
+    if (!std::all_of(ranges.begin(), ranges.end(), known)) {
+        const std::vector<BandRange> scanned = scanCoarsestLevel();
+        for (size_t b = 0; b < ranges.size(); ++b)
+            if (!ranges[b].known)
+                ranges[b] = scanned[b];
+    }
+    const bool alpha = LTIUtils::hasAlphaBand(getColorSpace());
+    for (uint16_t b = 0; b < getNumBands(); ++b) {
+        if (!ranges[b].known || (alpha && b + 1 == getNumBands()))
+            continue;
+        double lo = ranges[b].min, hi = ranges[b].max;
+        if (map_.invert) // statistics describe stored values; WhiteIsZero delivers them inverted
+            std::tie(lo, hi) = std::pair(map_.invertFrom - hi, map_.invertFrom - lo);
+        setDynamicRange(b, lo, hi);
+    }
+}
+
+// Every step-th row and column of the coarsest level, the step a power of two keeping the
+// count near kScanPixels: sampled, not averaged, so that nodata never blends into a value.
+std::vector<BandRange> GeoTiffEngine::scanCoarsestLevel() {
+    GeoTiffLevel &level = *levels_.back();
+    const tiff::TiffImageInfo &info = level.layout.info;
+    std::optional<double> nodata;
+    if (const tiff::TiffEntry *tag = reader_.Directories()[baseDirectory_].Find(kTagGdalNoData))
+        nodata = ParseGdalNoData(tag->GetAscii());
+    if (nodata && getDataType() == LTI_DATATYPE_FLOAT32)
+        nodata = static_cast<float>(*nodata); // as the samples hold it
+    if (nodata && map_.invert)
+        nodata = map_.invertFrom - *nodata;
+    BandRangeScan scan(getNumBands(), nodata);
+    uint32_t step = 1;
+    while (uint64_t{(info.width + step - 1) / step} * ((info.height + step - 1) / step) >
+           kScanPixels)
+        step *= 2;
+    GeoTiffLevelReader reader(level, reader_, map_);
+    const LTIPixel &pixel = getPixelProps();
+    LTISceneBuffer row(pixel, info.width, 1);
+    try {
+        for (uint32_t y = 0; y < info.height; y += step) {
+            if (reader.readRect(0, y, info.width, 1, row) != LT_STS_Success)
+                return std::vector<BandRange>(getNumBands()); // decoding will say what is wrong
+            for (uint16_t b = 0; b < getNumBands(); ++b)
+                detail::DispatchDataType(getDataType(), [&](auto t) {
+                    const auto *samples = reinterpret_cast<const decltype(t) *>(row.getRow(b, 0));
+                    for (uint32_t x = 0; x < info.width; x += step)
+                        scan.add(b, static_cast<double>(samples[x]));
+                });
+        }
+    } catch (const std::bad_alloc &) {
+        return std::vector<BandRange>(getNumBands());
+    }
+    return scan.ranges();
 }
 
 double GeoTiffEngine::minimumMagnification() const {

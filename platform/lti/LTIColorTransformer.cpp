@@ -61,10 +61,33 @@ LT_STATUS LTIColorTransformer::initialize(LTIImageStage *source, const LTIPixel 
     if (const LT_STATUS status =
             setImageProps(source->getWidth(), source->getHeight(), pixel, minMag))
         return status;
-    setDynamicRange(source->getMinDynamicRange(), source->getMaxDynamicRange());
     setSource(source);
     source_ = source;
+    handOnRanges();
     return LT_STS_Success;
+}
+
+// Grey spreads its one range over red, green and blue; RGB keeps its bands' ranges; CMYK gives
+// 0 up to the inks' full value, as convert() computes. Alpha keeps its range, and an alpha
+// made here is opaque at the top of the type's range.
+void LTIColorTransformer::handOnRanges() {
+    const LTIColorSpace src = source_->getColorSpace();
+    const bool grey = src == LTI_COLORSPACE_GRAYSCALE || src == LTI_COLORSPACE_GRAYSCALEA;
+    for (lt_uint16 b = 0; b < 3; ++b) {
+        if (src == LTI_COLORSPACE_CMYK)
+            setDynamicRange(b, 0.0, source_->getMaxDynamicRange());
+        else
+            setDynamicRange(b, source_->getMinDynamicRange(grey ? 0 : b),
+                            source_->getMaxDynamicRange(grey ? 0 : b));
+    }
+    if (getNumBands() < 4)
+        return;
+    const auto srcAlpha = static_cast<lt_uint16>(source_->getNumBands() - 1);
+    if (LTIUtils::hasAlphaBand(src))
+        setDynamicRange(3, source_->getMinDynamicRange(srcAlpha),
+                        source_->getMaxDynamicRange(srcAlpha));
+    else
+        setDynamicRange(3, LTIUtils::getTypeMin(getDataType()), LTIUtils::getTypeMax(getDataType()));
 }
 
 LT_STATUS LTIColorTransformer::decode(const Window &window, LTISceneBuffer &buffer) {
@@ -100,7 +123,8 @@ void LTIColorTransformer::convert(const LTISceneBuffer &in, LTISceneBuffer &out,
             std::memcpy(out.getRow(3, outRow), in.getRow(srcAlphaBand, row), bytes);
         else
             detail::DispatchDataType(getDataType(), [&](auto t) {
-                FillRow<decltype(t)>(out.getRow(3, outRow), width, maxValue);
+                FillRow<decltype(t)>(out.getRow(3, outRow), width,
+                                     LTIUtils::getTypeMax(getDataType()));
             });
     }
 }

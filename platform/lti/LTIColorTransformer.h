@@ -17,6 +17,7 @@ protected:
 
 private:
     LTIColorTransformer() = default;
+    void handOnRanges();
     void convert(const LTISceneBuffer &in, LTISceneBuffer &out, lt_uint32 width, lt_uint32 rows,
                  lt_uint32 outTop) const;
 

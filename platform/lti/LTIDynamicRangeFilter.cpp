@@ -40,21 +40,27 @@ LT_STATUS LTIDynamicRangeFilter::initialize(LTIImageStage *source, LTIDataType d
 }
 
 bool LTIDynamicRangeFilter::isIdentity() const {
-    return source_->getDataType() == LTI_DATATYPE_UINT8 && source_->getMinDynamicRange() == 0.0 &&
-           source_->getMaxDynamicRange() == 255.0;
+    if (source_->getDataType() != LTI_DATATYPE_UINT8)
+        return false;
+    for (lt_uint16 band = 0; band < getNumBands(); ++band)
+        if (source_->getMinDynamicRange(band) != 0.0 || source_->getMaxDynamicRange(band) != 255.0)
+            return false;
+    return true;
 }
 
 LT_STATUS LTIDynamicRangeFilter::decode(const Window &window, LTISceneBuffer &buffer) {
     const LTIScene scene(window.x, window.y, window.width, window.height, 1.0 / window.reduction);
     if (isIdentity())
         return source_->read(scene, buffer);
-    const double lo = source_->getMinDynamicRange(), hi = source_->getMaxDynamicRange();
     return readInRowBands(*source_, window, [&](const LTISceneBuffer &in, lt_uint32 top,
                                                 lt_uint32 rows) {
-        for (lt_uint16 band = 0; band < getNumBands(); ++band)
+        for (lt_uint16 band = 0; band < getNumBands(); ++band) {
+            const double lo = source_->getMinDynamicRange(band);
+            const double hi = source_->getMaxDynamicRange(band);
             detail::DispatchDataType(source_->getDataType(), [&](auto t) {
                 StretchPlane<decltype(t)>(in, buffer, band, window.width, rows, top, lo, hi);
             });
+        }
     });
 }
 

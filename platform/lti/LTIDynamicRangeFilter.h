@@ -1,5 +1,5 @@
 // LTIDynamicRangeFilter: a filter that maps samples of any data type onto 8-bit unsigned,
-// stretching the source's declared dynamic range onto 0..255.
+// stretching each band's declared dynamic range onto 0..255.
 #pragma once
 #include "LTIImageStage.h"
 

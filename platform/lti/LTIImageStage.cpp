@@ -3,6 +3,7 @@
 
 #include "LTIUtils.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -36,15 +37,42 @@ LT_STATUS LTIImageStage::setImageProps(lt_uint32 width, lt_uint32 height, const 
     height_ = height;
     pixel_ = pixel;
     minMag_ = minMag;
-    rangeMin_ = LTIUtils::getTypeMin(pixel.getDataType());
-    rangeMax_ = LTIUtils::getTypeMax(pixel.getDataType());
+    ranges_.assign(pixel.getNumBands(), Range{LTIUtils::getTypeMin(pixel.getDataType()),
+                                              LTIUtils::getTypeMax(pixel.getDataType())});
     initialized_ = true;
     return LT_STS_Success;
 }
 
 void LTIImageStage::setDynamicRange(double minValue, double maxValue) {
-    rangeMin_ = minValue;
-    rangeMax_ = maxValue;
+    for (Range &r : ranges_)
+        r = {minValue, maxValue};
+}
+
+void LTIImageStage::setDynamicRange(lt_uint16 band, double minValue, double maxValue) {
+    if (band < ranges_.size())
+        ranges_[band] = {minValue, maxValue};
+}
+
+double LTIImageStage::getMinDynamicRange(lt_uint16 band) const {
+    return band < ranges_.size() ? ranges_[band].min : 0.0;
+}
+
+double LTIImageStage::getMaxDynamicRange(lt_uint16 band) const {
+    return band < ranges_.size() ? ranges_[band].max : 0.0;
+}
+
+double LTIImageStage::getMinDynamicRange() const {
+    double lo = ranges_.empty() ? 0.0 : ranges_.front().min;
+    for (const Range &r : ranges_)
+        lo = std::min(lo, r.min);
+    return lo;
+}
+
+double LTIImageStage::getMaxDynamicRange() const {
+    double hi = ranges_.empty() ? 0.0 : ranges_.front().max;
+    for (const Range &r : ranges_)
+        hi = std::max(hi, r.max);
+    return hi;
 }
 
 LT_STATUS LTIImageStage::getDimsAtMag(double mag, lt_uint32 &width, lt_uint32 &height) const {

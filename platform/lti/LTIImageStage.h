@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <vector>
 
 namespace LizardTech {
 
@@ -33,9 +34,12 @@ public:
     double getMaxMagnification() const { return 1.0; }
     // Image size at `mag`: the full size × mag, rounded up.
     LT_STATUS getDimsAtMag(double mag, lt_uint32 &width, lt_uint32 &height) const;
-    // The range of sample values the image declares (the data type's range by default).
-    double getMinDynamicRange() const { return rangeMin_; }
-    double getMaxDynamicRange() const { return rangeMax_; }
+    // The range of sample values band `band` declares (the data type's range by default).
+    double getMinDynamicRange(lt_uint16 band) const;
+    double getMaxDynamicRange(lt_uint16 band) const;
+    // The range over all bands: the lowest band minimum and the highest band maximum.
+    double getMinDynamicRange() const;
+    double getMaxDynamicRange() const;
     // Filters hand on the metadata and georeferencing of the stage they read.
     const LTIMetadataDatabase &getMetadata() const;
     const LTIGeoCoord &getGeoCoord() const;
@@ -57,7 +61,8 @@ protected:
 
     LT_STATUS setImageProps(lt_uint32 width, lt_uint32 height, const LTIPixel &pixel,
                             double minMag);
-    void setDynamicRange(double minValue, double maxValue);
+    void setDynamicRange(double minValue, double maxValue); // every band
+    void setDynamicRange(lt_uint16 band, double minValue, double maxValue);
     void setSource(const LTIImageStage *source) { source_ = source; }
     // Filters read their source in bands of rows of a few MiB, so that their working memory
     // is bounded whatever the window. `convert(in, top, rows)` gets each band: window rows
@@ -76,8 +81,10 @@ private:
     lt_uint32 height_ = 0;
     LTIPixel pixel_;
     double minMag_ = 1.0;
-    double rangeMin_ = 0.0;
-    double rangeMax_ = 0.0;
+    struct Range {
+        double min, max;
+    };
+    std::vector<Range> ranges_; // one per band
     const LTIImageStage *source_ = nullptr;
     LTIMetadataDatabase metadata_;
     LTIGeoCoord geo_;

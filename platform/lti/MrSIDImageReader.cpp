@@ -150,7 +150,8 @@ LT_STATUS MrSIDImageReader::initialize(LTIOStreamInf *stream, LTIOStreamInf *, M
     if ((status = setImageProps(engine->getWidth(), engine->getHeight(), engine->getPixelProps(),
                                 engine->getMinMagnification())) != LT_STS_Success)
         return status;
-    setDynamicRange(engine->getMinDynamicRange(), engine->getMaxDynamicRange());
+    for (lt_uint16 b = 0; b < engine->getNumBands(); ++b)
+        setDynamicRange(b, engine->getMinDynamicRange(b), engine->getMaxDynamicRange(b));
     setSource(engine.get());
     engine_ = std::move(engine);
     return LT_STS_Success;

@@ -300,6 +300,43 @@ TEST(SidInterfaceConversion, DynamicRangeStretchesToEightBits) {
     }
 }
 
+TEST(SidInterfaceConversion, EachBandStretchesItsOwnRange) {
+    using Ranges = std::vector<std::pair<double, double>>;
+    struct Case {
+        const char *name;
+        LTIColorSpace colorSpace;
+        Ranges ranges;
+        std::vector<double> samples;
+        int format;
+        std::vector<uint8_t> firstBytes; // blue first
+    };
+    const Case cases[] = {
+        {"rgb", LTI_COLORSPACE_RGB, {{0, 4095}, {1000, 2000}, {0, 100}}, {0, 2000, 25}, 4,
+         {64, 255, 0}},
+        {"grey spread over three", LTI_COLORSPACE_GRAYSCALE, {{100, 200}}, {150}, 4,
+         {128, 128, 128}},
+        {"alpha keeps its range", LTI_COLORSPACE_GRAYSCALEA, {{100, 200}, {0, 65535}},
+         {200, 32768}, 5, {255, 255, 255, 128}},
+        {"made alpha is opaque", LTI_COLORSPACE_RGB, {{0, 10}, {0, 10}, {0, 10}}, {5, 5, 5}, 5,
+         {128, 128, 128, 255}},
+        {"cmyk inks of 0..1000", LTI_COLORSPACE_CMYK, {{0, 1000}, {0, 900}, {0, 1000}, {0, 10}},
+         {0, 1000, 500, 0}, 4, {128, 0, 255}},
+    };
+    for (const auto &c : cases) {
+        TestImage im = Constant(static_cast<uint16_t>(c.ranges.size()), c.colorSpace, c.samples);
+        im.dataType = LTI_DATATYPE_UINT16;
+        im.bandRanges = c.ranges;
+        TestEngineScope engine(im);
+        SidInterface reader;
+        reader.SetFormat(c.format);
+        ASSERT_TRUE(reader.Open(AnyFile())) << c.name;
+        const auto row = ReadRow(reader, 0);
+        EXPECT_EQ(std::vector<uint8_t>(row.begin(), row.begin() + c.firstBytes.size()),
+                  c.firstBytes)
+            << c.name;
+    }
+}
+
 TEST(SidInterfaceFailures, ReadFailureMidwayThenCloseAndOpenAgain) {
     TestImage im;
     im.failOnRead = 1;

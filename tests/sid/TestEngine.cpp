@@ -59,6 +59,8 @@ public:
             im.width, im.height, LTIPixel(im.colorSpace, im.bands, im.dataType), im.minMag);
         if (status == LT_STS_Success && im.hasRange)
             setDynamicRange(im.rangeMin, im.rangeMax);
+        for (uint16_t b = 0; b < im.bandRanges.size(); ++b)
+            setDynamicRange(b, im.bandRanges[b].first, im.bandRanges[b].second);
         for (const auto &record : im.records)
             metadata().add(record);
         setGeoCoord(im.geo);

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace sidtest {
@@ -18,6 +19,7 @@ struct TestImage {
     double minMag = 1.0 / 64;
     bool hasRange = false; // declare [rangeMin, rangeMax] instead of the data type's range
     double rangeMin = 0.0, rangeMax = 0.0;
+    std::vector<std::pair<double, double>> bandRanges; // then band b declares bandRanges[b]
     // Sample of `band` at pixel (x, y) of the scene's magnification.
     std::function<double(uint16_t band, uint32_t x, uint32_t y)> sample =
         [](uint16_t band, uint32_t x, uint32_t y) { return double((band * 50 + x + y) % 256); };

@@ -6,6 +6,8 @@
 
 #include "lti/MrSIDImageReader.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -121,6 +123,34 @@ Image ReadGdal(const std::string &path, const std::string &args, uint32_t channe
     std::ifstream in(out, std::ios::binary);
     image.data.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     return image;
+}
+
+std::vector<BandRange> GdalRanges(const std::string &path, int overview) {
+    const std::string oo = overview >= 0 ? " -oo OVERVIEW_LEVEL=" + std::to_string(overview) : "";
+    const auto info =
+        nlohmann::json::parse(Capture("gdalinfo -json -mm" + oo + " " + path), nullptr, false);
+    std::vector<BandRange> ranges;
+    if (info.is_discarded())
+        return ranges;
+    const auto none = nlohmann::json::object();
+    for (const auto &band : info["bands"]) {
+        const auto &md = band.value("metadata", none).value("", none);
+        if (md.contains("STATISTICS_MINIMUM") && md.contains("STATISTICS_MAXIMUM"))
+            ranges.push_back({std::stod(md["STATISTICS_MINIMUM"].get<std::string>()),
+                              std::stod(md["STATISTICS_MAXIMUM"].get<std::string>())});
+        else
+            ranges.push_back({band.value("computedMin", 0.0), band.value("computedMax", 0.0)});
+    }
+    return ranges;
+}
+
+std::string StretchArgs(const std::vector<BandRange> &ranges) {
+    std::ostringstream args;
+    args.precision(17);
+    args << "-ot Byte";
+    for (size_t b = 0; b < ranges.size(); ++b)
+        args << " -scale_" << b + 1 << " " << ranges[b].lo << " " << ranges[b].hi << " 0 255";
+    return args.str();
 }
 
 int MaxDifference(const Image &a, const Image &b) {

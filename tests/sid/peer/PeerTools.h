@@ -4,6 +4,7 @@
 #include "support/peer/Peer.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,8 @@ inline int RunQuiet(const std::string &command) { return peer::RunQuiet(command)
 inline std::string Capture(const std::string &command) { return peer::RunCommand(command); }
 inline std::string BuildPath(const std::string &name) { return peer::ScratchPath(name); }
 inline std::string MakeSource(const std::string &name, uint32_t width, uint32_t height, int bands,
-                              const std::string &type) {
-    return peer::MakeEnviSource(name, width, height, bands, type);
+                              const std::string &type, std::optional<double> hole = {}) {
+    return peer::MakeEnviSource(name, width, height, bands, type, hole);
 }
 // A UTM zone 11 GeoTIFF of `source` with creation options `options`, and overviews when given.
 inline std::string MakeGeoTiff(const std::string &name, const std::string &source,
@@ -47,6 +48,15 @@ Image ReadEngine(const std::string &path, uint32_t scale, const uint32_t *region
 
 // gdal_translate `args` (source window, size, overview...) to pixel-interleaved bytes.
 Image ReadGdal(const std::string &path, const std::string &args, uint32_t channels);
+
+struct BandRange {
+    double lo, hi;
+};
+// Per band: the STATISTICS_MINIMUM and _MAXIMUM of the band's metadata, else the extent GDAL
+// computes (nodata and NaN left out) in overview `overview`, or the full image when negative.
+std::vector<BandRange> GdalRanges(const std::string &path, int overview = -1);
+// gdal_translate arguments stretching each band's range onto 0..255 bytes.
+std::string StretchArgs(const std::vector<BandRange> &ranges);
 
 // Largest absolute difference between two images of the same shape; -1 when shapes differ.
 int MaxDifference(const Image &a, const Image &b);

@@ -5,6 +5,7 @@
 #include "support/TiffWriter.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,9 +28,10 @@ using testsupport::ScratchPath;
 using testsupport::Wide;
 
 // GDAL-made fixtures. An ENVI source (band-sequential raw plus header) with a textured pattern;
-// `type` is "Byte" or "UInt16". Returns the raw file's path.
+// `type` is "Byte", "UInt16", "Int16", "UInt32", "Float32" or "Float64". With `hole`, about one
+// pixel in 16 (the same in every band) holds that value. Returns the raw file's path.
 std::string MakeEnviSource(const std::string &name, uint32_t width, uint32_t height, int bands,
-                           const std::string &type);
+                           const std::string &type, std::optional<double> hole = {});
 // gdal_translate `source` into a GeoTIFF (`srs`, and `options` such as "-co TILED=YES"), then
 // gdaladdo with `overviews` (such as "2 4 8") when not empty. Returns the path, "" on failure.
 std::string MakeGeoTiff(const std::string &name, const std::string &source, const std::string &srs,

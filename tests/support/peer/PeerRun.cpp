@@ -48,10 +48,37 @@ std::string ShellQuote(const std::string &text) {
     return quoted + "'";
 }
 
+namespace {
+
+template <class T> void Put(std::ofstream &out, double value) {
+    const T t = static_cast<T>(value);
+    out.write(reinterpret_cast<const char *>(&t), sizeof t);
+}
+
+} // namespace
+
 std::string MakeEnviSource(const std::string &name, uint32_t width, uint32_t height, int bands,
-                           const std::string &type) {
+                           const std::string &type, std::optional<double> hole) {
+    // ENVI's code of each type, and how a byte pattern v with 8 bits of noise n fills it.
+    struct Kind {
+        const char *name;
+        int code;
+        void (*put)(std::ofstream &, double);
+        double (*value)(uint32_t v, uint32_t n);
+    };
+    static const Kind kinds[] = {
+        {"Byte", 1, Put<uint8_t>, [](uint32_t v, uint32_t) { return double(v); }},
+        {"UInt16", 12, Put<uint16_t>, [](uint32_t v, uint32_t n) { return double(v * 251 + n); }},
+        {"Int16", 2, Put<int16_t>, [](uint32_t v, uint32_t n) { return v * 100.0 + n - 20000; }},
+        {"UInt32", 13, Put<uint32_t>, [](uint32_t v, uint32_t n) { return v * 1000003.0 + n; }},
+        {"Float32", 4, Put<float>, [](uint32_t v, uint32_t n) { return (v + n / 256.0) / 128 - 1; }},
+        {"Float64", 5, Put<double>, [](uint32_t v, uint32_t n) { return v * 0.25 + n * 1e-3 - 7; }},
+    };
+    const Kind *kind = &kinds[0];
+    for (const Kind &k : kinds)
+        if (type == k.name)
+            kind = &k;
     const std::string raw = ScratchPath(name + ".raw");
-    const bool wide = type == "UInt16";
     std::ofstream out(raw, std::ios::binary);
     for (int b = 0; b < bands; ++b)
         for (uint32_t y = 0; y < height; ++y)
@@ -59,16 +86,13 @@ std::string MakeEnviSource(const std::string &name, uint32_t width, uint32_t hei
                 // Gradients plus a hash, so that neighbouring pixels differ and averages vary.
                 const uint32_t h = (x * 2654435761u) ^ (y * 40503u) ^ (b * 97u);
                 const uint32_t v = (x / 3 + y / 2 + b * 60 + (h >> 27)) & 0xFF;
-                if (wide) {
-                    const uint16_t w = static_cast<uint16_t>(v * 251 + (h & 0xFF));
-                    out.write(reinterpret_cast<const char *>(&w), 2);
-                } else {
-                    out.put(static_cast<char>(v));
-                }
+                // Holes fall on the same pixels in every band.
+                const bool inHole = hole && (((x * 2654435761u) ^ (y * 40503u)) >> 22 & 15) == 0;
+                kind->put(out, inHole ? *hole : kind->value(v, h & 0xFF));
             }
     std::ofstream header(ScratchPath(name + ".hdr"));
     header << "ENVI\nsamples = " << width << "\nlines = " << height << "\nbands = " << bands
-           << "\nheader offset = 0\nfile type = ENVI Standard\ndata type = " << (wide ? 12 : 1)
+           << "\nheader offset = 0\nfile type = ENVI Standard\ndata type = " << kind->code
            << "\ninterleave = bsq\nbyte order = 0\n";
     return raw;
 }
