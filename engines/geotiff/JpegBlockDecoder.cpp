@@ -30,9 +30,12 @@ std::string JpegLayoutProblem(const tiff::TiffImageInfo &info) {
     if (info.IsPlanar())
         return "JPEG with separate sample planes";
     const uint16_t p = info.photometric, spp = info.samplesPerPixel;
-    const bool grey = (p == kPhotometricWhiteIsZero || p == kPhotometricBlackIsZero) && spp == 1;
-    const bool colour = (p == kPhotometricYCbCr || p == kPhotometricRGB) && spp == 3;
-    if (!grey && !colour)
+    // Grey and RGB (with extra samples such as alpha) are stored as they are.
+    const bool plain = (p == kPhotometricWhiteIsZero || p == kPhotometricBlackIsZero ||
+                        p == kPhotometricRGB) &&
+                       spp <= 4;
+    const bool ycbcr = p == kPhotometricYCbCr && spp == 3;
+    if (!plain && !ycbcr)
         return "JPEG with Photometric " + std::to_string(p) + " and " + std::to_string(spp) +
                " samples per pixel";
     return {};
@@ -132,9 +135,10 @@ class JpegBlockDecoder final : public tiff::TiffBlockDecoder {
 public:
     JpegBlockDecoder(std::vector<unsigned char> tables, const tiff::TiffImageInfo &info)
         : tables_(std::move(tables)), components_(info.samplesPerPixel) {
-        const bool grey = components_ == 1;
-        in_ = grey ? JCS_GRAYSCALE : info.photometric == kPhotometricYCbCr ? JCS_YCbCr : JCS_RGB;
-        out_ = grey ? JCS_GRAYSCALE : JCS_RGB;
+        // Components other than YCbCr are left as stored, as libtiff does.
+        const bool ycbcr = info.photometric == kPhotometricYCbCr;
+        in_ = ycbcr ? JCS_YCbCr : JCS_UNKNOWN;
+        out_ = ycbcr ? JCS_RGB : JCS_UNKNOWN;
     }
 
     bool Handles(uint16_t compression) const override { return compression == kCompressionJpeg; }

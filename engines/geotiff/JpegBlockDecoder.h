@@ -14,7 +14,7 @@ constexpr uint16_t kCompressionJpeg = 7;
 bool HaveJpegDecoder();
 
 // Why an image's layout cannot be decoded from JPEG blocks; empty when it can: 8-bit chunky
-// samples, YCbCr (any subsampling, delivered as RGB), RGB or grey.
+// samples, YCbCr (any subsampling, delivered as RGB), or grey or RGB with up to four samples.
 std::string JpegLayoutProblem(const tiff::TiffImageInfo &info);
 
 // A decoder for the blocks of one image: `tables` are its JPEGTables (empty when the blocks
