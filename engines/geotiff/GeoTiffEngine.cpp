@@ -90,12 +90,19 @@ LTIColorSpace ColorSpaceOf(const GeoTiffLayout &layout, uint16_t &bands) {
     }
 }
 
+// JPEG's YCbCr arrives as RGB.
+uint16_t DeliveredPhotometric(const tiff::TiffImageInfo &info) {
+    return info.photometric == kYCbCr && info.compression == kCompressionJpeg ? uint16_t{kRGB}
+                                                                              : info.photometric;
+}
+
 // An overview belongs to the image when it has the same samples and a power-of-two size ratio.
 uint32_t OverviewFactor(const GeoTiffLayout &baseLayout, const GeoTiffLayout &overview) {
     const tiff::TiffImageInfo &base = baseLayout.info, &o = overview.info;
     if (!overview.isReducedResolution() || overview.isMask() ||
         o.samplesPerPixel != base.samplesPerPixel || o.bitsPerSample != base.bitsPerSample ||
-        o.sampleFormat != base.sampleFormat || o.photometric != base.photometric ||
+        o.sampleFormat != base.sampleFormat ||
+        DeliveredPhotometric(o) != DeliveredPhotometric(base) ||
         o.width >= base.width)
         return 0;
     const double ratio = static_cast<double>(base.width) / o.width;

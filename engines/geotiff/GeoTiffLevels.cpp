@@ -98,7 +98,8 @@ LT_STATUS GeoTiffLevelReader::readRect(uint32_t x, uint32_t y, uint32_t width, u
 
 std::string GeoTiffLevelReader::failure(uint32_t first, uint32_t count, const char *what) const {
     std::string why = shr::WtoA(file_.Error().Describe());
-    if (level_.decoder != nullptr && !level_.decoder->Reason().empty() &&
+    // The mask is never JPEG, so a decoder's reason belongs to the image's own blocks.
+    if (*what == 0 && level_.decoder != nullptr && !level_.decoder->Reason().empty() &&
         file_.Error().code == tiff::kTiffBadFormat)
         why += " (" + level_.decoder->Reason() + ")";
     return "rows " + std::to_string(first) + " to " + std::to_string(first + count - 1) + " of " +

@@ -31,6 +31,8 @@ const JpegCase kCases[] = {
     {"jpeg_ycbcr_tiled", 900, 700, 3, JPEG_YCBCR "-co TILED=YES", "2 4", 4, 24, ""},
     {"jpeg_ycbcr_mask", 1000, 760, 4, JPEG_YCBCR "-co TILED=YES -co BLOCKXSIZE=128 " MASK_4,
      "2 4", 4, 32, "-b 1 -b 2 -b 3 -b mask"},
+    {"jpeg_rgb_deflate_overviews", 800, 600, 3, JPEG_YCBCR "-co TILED=YES",
+     "--config COMPRESS_OVERVIEW DEFLATE --config PHOTOMETRIC_OVERVIEW RGB 2 4", 4, 24, ""},
     {"jpeg_ycbcr_strips", 1000, 600, 3, JPEG_YCBCR "-co BLOCKYSIZE=32", "2", 2, 24, ""},
     {"jpeg_grey", 800, 600, 1, "-co COMPRESS=JPEG -co TILED=YES", "2 4", 4, 8, ""},
     {"jpeg_grey_mask", 640, 480, 4,
