@@ -176,7 +176,7 @@ LT_STATUS GeoTiffEngine::attachDecoder(GeoTiffLevel &level) {
                                                            std::to_string(entry->DataSize()) +
                                                            " bytes");
         tables.resize(static_cast<size_t>(entry->DataSize()));
-        if (entry->Data() != nullptr)
+        if (entry->Data() != nullptr && entry->HeldCount() == entry->count)
             std::copy_n(entry->Data(), tables.size(), tables.begin());
         else if (!reader_.ReadEntryValues(*entry, tables.data()))
             return setLastStatus(LTI_STS_CorruptImage,
