@@ -290,9 +290,7 @@ bool TiffImageLoader::Open(unsigned image) {
     }
 }
 
-void TiffImageLoader::SetBlockDecoder(TiffBlockDecoder *decoder) {
-    state_->blockDecoder = decoder;
-}
+void TiffImageLoader::SetBlockDecoder(TiffBlockDecoder *decoder) { state_->blockDecoder = decoder; }
 
 bool TiffImageLoader::IsOpen() const { return state_->open; }
 

@@ -102,8 +102,7 @@ uint32_t OverviewFactor(const GeoTiffLayout &baseLayout, const GeoTiffLayout &ov
     if (!overview.isReducedResolution() || overview.isMask() ||
         o.samplesPerPixel != base.samplesPerPixel || o.bitsPerSample != base.bitsPerSample ||
         o.sampleFormat != base.sampleFormat ||
-        DeliveredPhotometric(o) != DeliveredPhotometric(base) ||
-        o.width >= base.width)
+        DeliveredPhotometric(o) != DeliveredPhotometric(base) || o.width >= base.width)
         return 0;
     const double ratio = static_cast<double>(base.width) / o.width;
     const auto f = static_cast<uint32_t>(std::lround(ratio));
@@ -172,9 +171,8 @@ LT_STATUS GeoTiffEngine::attachDecoder(GeoTiffLevel &level) {
     std::vector<unsigned char> tables;
     if (entry != nullptr && entry->count != 0) {
         if (entry->DataSize() > kMaxJpegTables)
-            return setLastStatus(LTI_STS_CorruptImage, "JPEGTables of " +
-                                                           std::to_string(entry->DataSize()) +
-                                                           " bytes");
+            return setLastStatus(LTI_STS_CorruptImage,
+                                 "JPEGTables of " + std::to_string(entry->DataSize()) + " bytes");
         tables.resize(static_cast<size_t>(entry->DataSize()));
         if (entry->Data() != nullptr && entry->HeldCount() == entry->count)
             std::copy_n(entry->Data(), tables.size(), tables.begin());
@@ -202,8 +200,7 @@ void GeoTiffEngine::findMasks() {
         for (auto &level : levels_) {
             const tiff::TiffImageInfo &l = level->layout.info;
             if (level->mask != nullptr || l.width != mask.info.width ||
-                l.height != mask.info.height ||
-                (level->factor == 1) == mask.isReducedResolution())
+                l.height != mask.info.height || (level->factor == 1) == mask.isReducedResolution())
                 continue;
             auto loader = std::make_unique<tiff::TiffImageLoader>(reader_);
             if (loader->Open(i)) {
@@ -228,8 +225,7 @@ bool GeoTiffEngine::useMasks(LTIColorSpace &colorSpace, uint16_t &bands, LTIData
         return false;
     }
     std::erase_if(levels_, [](const auto &level) { return level->mask == nullptr; });
-    colorSpace =
-        colorSpace == LTI_COLORSPACE_RGB ? LTI_COLORSPACE_RGBA : LTI_COLORSPACE_GRAYSCALEA;
+    colorSpace = colorSpace == LTI_COLORSPACE_RGB ? LTI_COLORSPACE_RGBA : LTI_COLORSPACE_GRAYSCALEA;
     ++bands;
     return true;
 }

@@ -16,7 +16,7 @@ struct GeoTiffPixelMap {
     bool palette = false; // one index sample becomes red, green and blue
     bool invert = false;  // WhiteIsZero: the value is subtracted from `invertFrom`
     double invertFrom = 0.0;
-    uint16_t bands = 0; // bands delivered (the first `bands` stored samples)
+    uint16_t bands = 0;     // bands delivered (the first `bands` stored samples)
     bool maskAlpha = false; // the last band is the level's transparency mask
     double opaque = 0.0;    // alpha of a set mask bit
 };

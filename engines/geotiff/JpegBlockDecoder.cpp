@@ -31,9 +31,9 @@ std::string JpegLayoutProblem(const tiff::TiffImageInfo &info) {
         return "JPEG with separate sample planes";
     const uint16_t p = info.photometric, spp = info.samplesPerPixel;
     // Grey and RGB (with extra samples such as alpha) are stored as they are.
-    const bool plain = (p == kPhotometricWhiteIsZero || p == kPhotometricBlackIsZero ||
-                        p == kPhotometricRGB) &&
-                       spp <= 4;
+    const bool plain =
+        (p == kPhotometricWhiteIsZero || p == kPhotometricBlackIsZero || p == kPhotometricRGB) &&
+        spp <= 4;
     const bool ycbcr = p == kPhotometricYCbCr && spp == 3;
     if (!plain && !ycbcr)
         return "JPEG with Photometric " + std::to_string(p) + " and " + std::to_string(spp) +
@@ -155,8 +155,8 @@ public:
         cinfo.err = jpeg_std_error(&err.pub);
         err.pub.error_exit = ErrorExit;
         err.pub.emit_message = IgnoreMessage;
-        const Request request{tables_.data(), tables_.size(), stored, storedSize, width, rows,
-                              components_,    in_,           out_,   out};
+        const Request request{tables_.data(), tables_.size(), stored, storedSize, width,
+                              rows,           components_,    in_,    out_,       out};
         if (DecodeStream(cinfo, err, request)) {
             reason_.clear();
             return true;
@@ -191,9 +191,8 @@ std::unique_ptr<tiff::TiffBlockDecoder> MakeJpegBlockDecoder(std::vector<unsigne
 
 bool HaveJpegDecoder() { return false; }
 
-std::unique_ptr<tiff::TiffBlockDecoder> MakeJpegBlockDecoder(std::vector<unsigned char>,
-                                                             const tiff::TiffImageInfo &,
-                                                             std::string &why) {
+std::unique_ptr<tiff::TiffBlockDecoder>
+MakeJpegBlockDecoder(std::vector<unsigned char>, const tiff::TiffImageInfo &, std::string &why) {
     why = "Compression 7 (JPEG): this build has no JPEG decoder";
     return nullptr;
 }

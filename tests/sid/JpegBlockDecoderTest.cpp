@@ -1,6 +1,6 @@
 // The JPEG block decoder's refusals, on a stream written here with libjpeg: each mismatch or bad
 // stream fails with its reason, and layouts other than 8-bit grey, RGB or YCbCr are not read.
-// Decoded pixels are compared with GDAL's in JpegTiffPeerTest.
+// Decoded pixels are compared with GDAL's in GdalPixelsTest.
 #include "engines/geotiff/JpegBlockDecoder.h"
 
 #include <gtest/gtest.h>
@@ -72,9 +72,9 @@ TEST(JpegBlockDecoder, MismatchesAndBadStreamsAreRefusedWithAReason) {
         auto decoder = MakeJpegBlockDecoder(c.tables, Layout(c.photometric, c.samples), why);
         ASSERT_TRUE(decoder) << c.name << ": " << why;
         Bytes out(c.outSize);
-        EXPECT_EQ(decoder->Decode(c.stream.data(), c.stream.size(), 16, c.rows, out.data(),
-                                  out.size()),
-                  *c.reason == 0)
+        EXPECT_EQ(
+            decoder->Decode(c.stream.data(), c.stream.size(), 16, c.rows, out.data(), out.size()),
+            *c.reason == 0)
             << c.name;
         EXPECT_NE(decoder->Reason().find(c.reason), std::string::npos)
             << c.name << ": " << decoder->Reason();

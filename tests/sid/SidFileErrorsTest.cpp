@@ -82,7 +82,7 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
         {"jpeg2000-in-tiff.tif", Text(GreyTiff(34712, Ramp(64))),
          L"the image uses a layout this reader does not support: Compression 34712 (only none, "
          L"LZW, Deflate, PackBits and JPEG are decoded)"},
-#ifndef IOSID_HAVE_JPEG // the native build decodes JPEG (JpegTiffPeerTest)
+#ifndef IOSID_HAVE_JPEG // the native build decodes JPEG (GdalPixelsTest)
         {"jpeg.tif", Text(GreyTiff(7, Ramp(64))),
          L"the image uses a layout this reader does not support: Compression 7 (JPEG): this "
          L"build has no JPEG decoder"},
