@@ -23,6 +23,17 @@ for target in "$build"/fuzz/fuzz_*; do
             2>/dev/null || true
         rm -f "$corpus"/*.aux.xml
     fi
+    if [[ $name == fuzz_jpeg_block ]] && [ -z "$(ls -A "$corpus")" ]; then
+        # Whole JPEG streams behind the target's header: layout, width - 1, rows - 1 (16 bits
+        # each, little-endian), then 0 for no separate tables.
+        gdal_translate -q -of JPEG -outsize 64 48 "$seeds/geotiff/byte.tif" "$corpus/grey.jpg" \
+            2>/dev/null && { printf '\x00\x3f\x00\x2f\x00\x00'; cat "$corpus/grey.jpg"; } \
+            >"$corpus/seed_grey" || true
+        gdal_translate -q -of JPEG -outsize 40 24 "$seeds/tiff/rgb-3c-8b.tiff" "$corpus/rgb.jpg" \
+            2>/dev/null && { printf '\x01\x27\x00\x17\x00\x00'; cat "$corpus/rgb.jpg"; } \
+            >"$corpus/seed_ycbcr" || true
+        rm -f "$corpus"/*.jpg "$corpus"/*.aux.xml
+    fi
     echo "--- $name"
     "$target" -max_total_time="$seconds" -max_len=262144 -rss_limit_mb=1024 -malloc_limit_mb=256 -timeout=10 \
         -print_final_stats=1 "$corpus" "$seeds/tiff" "$seeds/geotiff" 2>&1 | tail -n 12

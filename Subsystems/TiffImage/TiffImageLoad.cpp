@@ -46,6 +46,9 @@ struct TiffImageLoader::State {
     TiffChunkGrid grid;
     // What the strip decoder needs to know, with one sample per pixel for planar images.
     StripCoding coding;
+    TiffBlockDecoder *blockDecoder = nullptr;
+    bool external = false; // blocks go to blockDecoder
+    std::vector<unsigned char> stored;
     bool swapSamples = false;
     bool reverseBits = false;
     size_t cacheLimit = kDefaultCacheLimit;
@@ -61,6 +64,7 @@ struct TiffImageLoader::State {
     bool Select(unsigned image);
     void PrepareDecoding();
     bool DecodeBlock(const BlockPlan &plan, unsigned char *dest);
+    bool DecodeExternal(const BlockPlan &plan, unsigned char *dest);
     const unsigned char *GetBlock(uint32_t band, uint32_t column, uint32_t plane);
     void SetCapacity(size_t blocksNeeded);
     bool ReadWindow(const Window &win);
@@ -73,6 +77,7 @@ struct TiffImageLoader::State {
 
 void TiffImageLoader::State::Reset() {
     open = false;
+    external = false;
     info = TiffImageInfo{};
     grid = TiffChunkGrid{};
     coding = StripCoding{};
@@ -86,7 +91,8 @@ bool TiffImageLoader::State::Select(unsigned image) {
         return Fail(__LINE__, kTiffNotOpen);
     if (!DescribeImage(reader, image, info))
         return false;
-    if (!IsDecodableCompression(info.compression))
+    external = !IsDecodableCompression(info.compression);
+    if (external && (blockDecoder == nullptr || !blockDecoder->Handles(info.compression)))
         return Fail(__LINE__, kTiffUnsupported);
     // Bits stored in reverse order are undone only where no codec reads them first.
     if (info.fillOrder == kFillOrderReversed && info.compression != kCompressionNone)
@@ -120,6 +126,8 @@ bool TiffImageLoader::State::DecodeBlock(const BlockPlan &plan, unsigned char *d
         std::memset(dest, 0, plan.decodedSize);
         return true;
     }
+    if (external)
+        return DecodeExternal(plan, dest);
     // The plan lies inside the file, and files over 4 GiB are refused on opening (status -9),
     // so the offset fits the decoder's 32 bits.
     if (!ImageDecodeStrip(reader, coding, static_cast<uint32_t>(plan.offset), plan.rows,
@@ -129,6 +137,22 @@ bool TiffImageLoader::State::DecodeBlock(const BlockPlan &plan, unsigned char *d
         ReverseBitsInPlace(dest, plan.decodedSize);
     if (swapSamples)
         SwapSamplesInPlace(dest, plan.decodedSize, info.bitsPerSample / 8);
+    return true;
+}
+
+// The plan has checked that the stored bytes lie inside the file and could decode to the
+// block's size.
+bool TiffImageLoader::State::DecodeExternal(const BlockPlan &plan, unsigned char *dest) {
+    const unsigned char *bytes = reader.ViewBytes(plan.offset, plan.compressedSize);
+    if (bytes == nullptr) {
+        stored.resize(plan.compressedSize);
+        if (!reader.ReadBytes(plan.offset, stored.data(), stored.size(), kSourceFile, __LINE__))
+            return false;
+        bytes = stored.data();
+    }
+    if (!blockDecoder->Decode(bytes, plan.compressedSize, info.chunkWidth, plan.rows, dest,
+                              plan.decodedSize))
+        return Fail(__LINE__, kTiffBadFormat);
     return true;
 }
 
@@ -265,6 +289,8 @@ bool TiffImageLoader::Open(unsigned image) {
         return state_->Fail(__LINE__, kTiffNoMemory);
     }
 }
+
+void TiffImageLoader::SetBlockDecoder(TiffBlockDecoder *decoder) { state_->blockDecoder = decoder; }
 
 bool TiffImageLoader::IsOpen() const { return state_->open; }
 

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace tiff {
@@ -59,6 +60,20 @@ struct TiffImageInfo {
 // -1 no such directory, -5 a layout that breaks the format, -6 one the loader cannot read.
 bool DescribeImage(CTiffReader &reader, unsigned image, TiffImageInfo &info);
 
+// A codec the library does not carry (such as JPEG), supplied by the caller for the blocks of
+// one directory. It receives a block's stored bytes and fills its decoded rows in the loader's
+// layout; the loader reads, bounds and caches the blocks as for any other compression.
+class TiffBlockDecoder {
+public:
+    virtual ~TiffBlockDecoder() = default;
+    virtual bool Handles(uint16_t compression) const = 0;
+    // Decodes `storedSize` bytes into `width` × `rows` pixels (`outSize` bytes at `out`). False
+    // with Reason() saying why.
+    virtual bool Decode(const unsigned char *stored, size_t storedSize, uint32_t width,
+                        uint32_t rows, unsigned char *out, size_t outSize) = 0;
+    virtual const std::string &Reason() const = 0;
+};
+
 class TiffImageLoader {
 public:
     // The reader must stay open (and not be reopened) while the loader reads from it.
@@ -70,6 +85,9 @@ public:
     // Selects directory `image`: describes it and checks that it can be decoded (compression,
     // strip or tile tables). False with the reader's error record set.
     bool Open(unsigned image);
+    // Blocks of a compression the library does not decode go to `decoder` (kept by the caller,
+    // set before Open); a decoder failure is status -5.
+    void SetBlockDecoder(TiffBlockDecoder *decoder);
     bool IsOpen() const;
     const TiffImageInfo &Info() const;
 

@@ -30,6 +30,7 @@ constexpr uint16_t kTagSampleFormat = 339;
 constexpr uint16_t kTagInkSet = 332;
 constexpr uint16_t kTagSMinSampleValue = 340;
 constexpr uint16_t kTagSMaxSampleValue = 341;
+constexpr uint16_t kTagJpegTables = 347;
 constexpr uint16_t kTagYCbCrSubsampling = 530;
 
 // GeoTIFF 1.0 sections 2.4 and 2.6: the key directory with its value stores, and the

@@ -7,10 +7,12 @@
 #include "GeoTiffLevels.h"
 #include "GeoTiffRange.h"
 #include "GeoTiffSource.h"
+#include "JpegBlockDecoder.h"
 #include "lti/LTIUtils.h"
 #include "lti/SampleOps.h"
 
 #include "Subsystems/TiffImage/TiffRead.h"
+#include "Subsystems/TiffImage/TiffTags.h"
 #include "shr/Strings.h"
 
 #include <algorithm>
@@ -31,13 +33,16 @@ constexpr uint32_t kMaxReduction = 1u << 30;
 // A row may always claim this much; beyond it, only what the file's blocks can decode to.
 constexpr uint64_t kRowAllowance = 1u << 20;
 constexpr uint64_t kScanPixels = 1u << 20; // pixels looked at for a range the file lacks
+// JPEGTables larger than this are not tables.
+constexpr uint64_t kMaxJpegTables = 1u << 20;
 
 enum Photometric : uint16_t {
     kWhiteIsZero = 0,
     kBlackIsZero = 1,
     kRGB = 2,
     kPalette = 3,
-    kSeparated = 5
+    kSeparated = 5,
+    kYCbCr = 6
 };
 
 LTIDataType DataTypeOf(const tiff::TiffImageInfo &l) {
@@ -81,9 +86,18 @@ LTIColorSpace ColorSpaceOf(const GeoTiffLayout &layout, uint16_t &bands) {
         if (spp == 4 && layout.inkSet == 1)
             return LTI_COLORSPACE_CMYK;
         return spp > 4 ? LTI_COLORSPACE_MULTISPECTRAL : LTI_COLORSPACE_INVALID;
+    case kYCbCr: // the JPEG codec delivers it as RGB
+        return spp == 3 && l.compression == kCompressionJpeg ? LTI_COLORSPACE_RGB
+                                                             : LTI_COLORSPACE_INVALID;
     default:
         return LTI_COLORSPACE_INVALID;
     }
+}
+
+// JPEG's YCbCr arrives as RGB.
+uint16_t DeliveredPhotometric(const tiff::TiffImageInfo &info) {
+    return info.photometric == kYCbCr && info.compression == kCompressionJpeg ? uint16_t{kRGB}
+                                                                              : info.photometric;
 }
 
 // An overview belongs to the image when it has the same samples and a power-of-two size ratio.
@@ -91,8 +105,8 @@ uint32_t OverviewFactor(const GeoTiffLayout &baseLayout, const GeoTiffLayout &ov
     const tiff::TiffImageInfo &base = baseLayout.info, &o = overview.info;
     if (!overview.isReducedResolution() || overview.isMask() ||
         o.samplesPerPixel != base.samplesPerPixel || o.bitsPerSample != base.bitsPerSample ||
-        o.sampleFormat != base.sampleFormat || o.photometric != base.photometric ||
-        o.width >= base.width)
+        o.sampleFormat != base.sampleFormat ||
+        DeliveredPhotometric(o) != DeliveredPhotometric(base) || o.width >= base.width)
         return 0;
     const double ratio = static_cast<double>(base.width) / o.width;
     const auto f = static_cast<uint32_t>(std::lround(ratio));
@@ -115,6 +129,9 @@ private:
     LT_STATUS openFile(LTIOStreamInf &stream);
     LT_STATUS findLevels();
     LT_STATUS addLevel(uint32_t factor, GeoTiffLayout layout);
+    LT_STATUS attachDecoder(GeoTiffLevel &level);
+    void findMasks();
+    bool useMasks(LTIColorSpace &colorSpace, uint16_t &bands, LTIDataType dataType);
     LT_STATUS describePixels(const GeoTiffLayout &base);
     void declareBandRanges();
     std::vector<BandRange> scanCoarsestLevel();
@@ -142,12 +159,81 @@ LT_STATUS GeoTiffEngine::addLevel(uint32_t factor, GeoTiffLayout layout) {
     level->factor = factor;
     level->layout = std::move(layout);
     level->loader = std::make_unique<tiff::TiffImageLoader>(reader_);
+    if (const LT_STATUS status = attachDecoder(*level))
+        return status;
     if (!level->loader->Open(level->layout.directory))
         return setLastStatus(LTI_STS_UnsupportedImage,
                              "image layout: " + shr::WtoA(reader_.Error().Describe()));
     level->loader->SetCacheLimit(kLevelCacheBytes);
     levels_.push_back(std::move(level));
     return LT_STS_Success;
+}
+
+LT_STATUS GeoTiffEngine::attachDecoder(GeoTiffLevel &level) {
+    if (level.layout.info.compression != kCompressionJpeg)
+        return LT_STS_Success;
+    const tiff::TiffEntry *entry =
+        reader_.Directories()[level.layout.directory].Find(tiff::kTagJpegTables);
+    std::vector<unsigned char> tables;
+    if (entry != nullptr && entry->count != 0) {
+        if (entry->DataSize() > kMaxJpegTables)
+            return setLastStatus(LTI_STS_CorruptImage,
+                                 "JPEGTables of " + std::to_string(entry->DataSize()) + " bytes");
+        tables.resize(static_cast<size_t>(entry->DataSize()));
+        if (entry->Data() != nullptr && entry->HeldCount() == entry->count)
+            std::copy_n(entry->Data(), tables.size(), tables.begin());
+        else if (!reader_.ReadEntryValues(*entry, tables.data()))
+            return setLastStatus(LTI_STS_CorruptImage,
+                                 "JPEGTables: " + shr::WtoA(reader_.Error().Describe()));
+    }
+    std::string why;
+    level.decoder = MakeJpegBlockDecoder(std::move(tables), level.layout.info, why);
+    if (level.decoder == nullptr)
+        return setLastStatus(LTI_STS_UnsupportedImage, why);
+    level.loader->SetBlockDecoder(level.decoder.get());
+    return LT_STS_Success;
+}
+
+// Bilevel transparency masks (NewSubfileType bit 4), one per level, matched by size: the
+// full-resolution mask to the base, reduced ones to the overviews.
+void GeoTiffEngine::findMasks() {
+    const auto all = static_cast<unsigned>(reader_.Directories().size());
+    for (unsigned i = 0; i < all; ++i) {
+        GeoTiffLayout mask;
+        if (DescribeGeoTiffImage(reader_, i, mask) != LT_STS_Success || !mask.isMask() ||
+            mask.info.samplesPerPixel != 1 || mask.info.bitsPerSample != 1)
+            continue;
+        for (auto &level : levels_) {
+            const tiff::TiffImageInfo &l = level->layout.info;
+            if (level->mask != nullptr || l.width != mask.info.width ||
+                l.height != mask.info.height || (level->factor == 1) == mask.isReducedResolution())
+                continue;
+            auto loader = std::make_unique<tiff::TiffImageLoader>(reader_);
+            if (loader->Open(i)) {
+                loader->SetCacheLimit(kLevelCacheBytes);
+                level->mask = std::move(loader);
+            }
+            break;
+        }
+    }
+}
+
+// A mask on the full image becomes an alpha band; overviews without their own mask are then
+// no longer levels. Masks are used with unsigned integer samples of grey or RGB only.
+bool GeoTiffEngine::useMasks(LTIColorSpace &colorSpace, uint16_t &bands, LTIDataType dataType) {
+    const bool usable =
+        levels_.front()->mask != nullptr &&
+        (dataType == LTI_DATATYPE_UINT8 || dataType == LTI_DATATYPE_UINT16) &&
+        (colorSpace == LTI_COLORSPACE_GRAYSCALE || colorSpace == LTI_COLORSPACE_RGB);
+    if (!usable) {
+        for (auto &level : levels_)
+            level->mask.reset();
+        return false;
+    }
+    std::erase_if(levels_, [](const auto &level) { return level->mask == nullptr; });
+    colorSpace = colorSpace == LTI_COLORSPACE_RGB ? LTI_COLORSPACE_RGBA : LTI_COLORSPACE_GRAYSCALEA;
+    ++bands;
+    return true;
 }
 
 // The first full-resolution image is the base; reduced-resolution images of the same samples
@@ -187,13 +273,14 @@ LT_STATUS GeoTiffEngine::findLevels() {
     }
     std::sort(levels_.begin(), levels_.end(),
               [](const auto &a, const auto &b) { return a->factor < b->factor; });
+    findMasks();
     return LT_STS_Success;
 }
 
 LT_STATUS GeoTiffEngine::describePixels(const GeoTiffLayout &layout) {
     const tiff::TiffImageInfo &base = layout.info;
     uint16_t bands = 0;
-    const LTIColorSpace colorSpace = ColorSpaceOf(layout, bands);
+    LTIColorSpace colorSpace = ColorSpaceOf(layout, bands);
     if (colorSpace == LTI_COLORSPACE_INVALID)
         return setLastStatus(LTI_STS_UnsupportedImage,
                              "Photometric " + std::to_string(base.photometric) + " with " +
@@ -207,6 +294,9 @@ LT_STATUS GeoTiffEngine::describePixels(const GeoTiffLayout &layout) {
             return setLastStatus(LTI_STS_CorruptImage, "palette image without a matching ColorMap");
         dataType = LTI_DATATYPE_UINT16;
     }
+    map_.maskAlpha = useMasks(colorSpace, bands, dataType);
+    map_.bands = bands;
+    map_.opaque = LTIUtils::getTypeMax(dataType);
     const bool subByte = base.bitsPerSample < 8 && !map_.palette;
     const double bitMax =
         subByte ? double((1u << base.bitsPerSample) - 1) : LTIUtils::getTypeMax(dataType);

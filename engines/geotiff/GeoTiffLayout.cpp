@@ -1,6 +1,8 @@
 // Image description through the TIFF library, with the engine's own checks and extras.
 #include "GeoTiffLayout.h"
 
+#include "JpegBlockDecoder.h"
+
 #include "Subsystems/TiffImage/TiffDecodeStrip.h"
 #include "Subsystems/TiffImage/TiffTags.h"
 #include "shr/Strings.h"
@@ -40,9 +42,12 @@ LT_STATUS DescribeGeoTiffImage(tiff::CTiffReader &reader, unsigned directory,
     const tiff::TiffDirectory &dir = reader.Directories().at(directory);
     // Checked first so that the message names the compression.
     const uint64_t compression = dir.GetUInt(tiff::kTagCompression, 1);
-    if (!tiff::IsDecodableCompression(compression))
+    const bool jpeg = compression == kCompressionJpeg;
+    if (jpeg && !HaveJpegDecoder())
+        return Unsupported("Compression 7 (JPEG): this build has no JPEG decoder");
+    if (!jpeg && !tiff::IsDecodableCompression(compression))
         return Unsupported("Compression " + std::to_string(compression) +
-                           " (only none, LZW, Deflate and PackBits are decoded)");
+                           " (only none, LZW, Deflate, PackBits and JPEG are decoded)");
     if (!tiff::DescribeImage(reader, directory, layout.info)) {
         const bool unsupported = reader.Error().code == tiff::kTiffUnsupported;
         return setLastStatus(unsupported ? LTI_STS_UnsupportedImage : LTI_STS_CorruptImage,
@@ -56,6 +61,11 @@ LT_STATUS DescribeGeoTiffImage(tiff::CTiffReader &reader, unsigned directory,
         layout.hasDeclaredRange = true;
         layout.declaredMin = smin->GetDouble(0);
         layout.declaredMax = smax->GetDouble(0);
+    }
+    if (jpeg) {
+        const std::string problem = JpegLayoutProblem(layout.info);
+        if (!problem.empty())
+            return Unsupported(problem);
     }
     return CheckSamples(layout.info);
 }

@@ -24,7 +24,8 @@ template <class T>
 void ScatterSamples(const uint8_t *row, uint16_t samplesPerPixel, const GeoTiffPixelMap &map,
                     uint32_t width, LTISceneBuffer &out, uint32_t outRow) {
     const T *src = reinterpret_cast<const T *>(row);
-    for (uint16_t b = 0; b < map.bands; ++b) {
+    const uint16_t stored = map.maskAlpha ? map.bands - 1 : map.bands;
+    for (uint16_t b = 0; b < stored; ++b) {
         T *dst = reinterpret_cast<T *>(out.getRow(b, outRow));
         if (map.invert)
             for (uint32_t x = 0; x < width; ++x)
@@ -79,10 +80,7 @@ LT_STATUS GeoTiffLevelReader::readRect(uint32_t x, uint32_t y, uint32_t width, u
     for (uint32_t r = 0; r < availH; r += bandRows) {
         const uint32_t n = std::min(bandRows, availH - r);
         if (!level_.loader->ReadWindow(x, y + r, availW, n, rows.data()))
-            return setLastStatus(LTI_STS_DecodeFailed, "rows " + std::to_string(y + r) + " to " +
-                                                           std::to_string(y + r + n - 1) + " of " +
-                                                           levelName() + ": " +
-                                                           shr::WtoA(file_.Error().Describe()));
+            return setLastStatus(LTI_STS_DecodeFailed, failure(y + r, n, ""));
         for (uint32_t i = 0; i < n; ++i) {
             const uint8_t *row = rows.data() + i * rowBytes;
             if (!widened.empty()) {
@@ -91,9 +89,42 @@ LT_STATUS GeoTiffLevelReader::readRect(uint32_t x, uint32_t y, uint32_t width, u
             }
             scatterRow(row, availW, out, outRow + r + i);
         }
+        if (map_.maskAlpha && !readMask(x, y + r, availW, n, out, outRow + r))
+            return setLastStatus(LTI_STS_DecodeFailed, failure(y + r, n, "the mask of "));
     }
     repeatEdges(availW, availH, width, height, out, outRow);
     return LT_STS_Success;
+}
+
+std::string GeoTiffLevelReader::failure(uint32_t first, uint32_t count, const char *what) const {
+    std::string why = shr::WtoA(file_.Error().Describe());
+    // The mask is never JPEG, so a decoder's reason belongs to the image's own blocks.
+    if (*what == 0 && level_.decoder != nullptr && !level_.decoder->Reason().empty() &&
+        file_.Error().code == tiff::kTiffBadFormat)
+        why += " (" + level_.decoder->Reason() + ")";
+    return "rows " + std::to_string(first) + " to " + std::to_string(first + count - 1) + " of " +
+           what + levelName() + ": " + why;
+}
+
+// Mask bits (1 opaque) of the rows to the last band: 0 or the pixel type's opaque value.
+bool GeoTiffLevelReader::readMask(uint32_t x, uint32_t y, uint32_t width, uint32_t rows,
+                                  LTISceneBuffer &out, uint32_t outRow) {
+    const uint64_t rowBytes = (uint64_t{width} + 7) / 8;
+    std::vector<uint8_t> bits(static_cast<size_t>(rowBytes * rows));
+    if (!level_.mask->ReadWindow(x, y, width, rows, bits.data()))
+        return false;
+    const auto band = static_cast<uint16_t>(map_.bands - 1);
+    for (uint32_t i = 0; i < rows; ++i) {
+        const uint8_t *src = bits.data() + i * rowBytes;
+        detail::DispatchDataType(out.getPixelProps().getDataType(), [&](auto t) {
+            using T = decltype(t);
+            T *dst = reinterpret_cast<T *>(out.getRow(band, outRow + i));
+            const auto opaque = static_cast<T>(map_.opaque);
+            for (uint32_t c = 0; c < width; ++c)
+                dst[c] = (src[c / 8] >> (7 - c % 8)) & 1 ? opaque : T{0};
+        });
+    }
+    return true;
 }
 
 std::string GeoTiffLevelReader::levelName() const {

@@ -16,13 +16,17 @@ struct GeoTiffPixelMap {
     bool palette = false; // one index sample becomes red, green and blue
     bool invert = false;  // WhiteIsZero: the value is subtracted from `invertFrom`
     double invertFrom = 0.0;
-    uint16_t bands = 0; // bands delivered (the first `bands` stored samples)
+    uint16_t bands = 0;     // bands delivered (the first `bands` stored samples)
+    bool maskAlpha = false; // the last band is the level's transparency mask
+    double opaque = 0.0;    // alpha of a set mask bit
 };
 
 struct GeoTiffLevel {
     uint32_t factor = 1; // reduction from the full image, a power of two
     GeoTiffLayout layout;
-    std::unique_ptr<tiff::TiffImageLoader> loader; // open on the level's directory
+    std::unique_ptr<tiff::TiffBlockDecoder> decoder; // blocks the library does not decode
+    std::unique_ptr<tiff::TiffImageLoader> loader;   // open on the level's directory
+    std::unique_ptr<tiff::TiffImageLoader> mask;     // its bilevel transparency mask, if any
 };
 
 // Reads rectangles of one level through its loader (which caches decoded strips and tiles).
@@ -39,6 +43,9 @@ public:
 
 private:
     std::string levelName() const;
+    std::string failure(uint32_t first, uint32_t count, const char *what) const;
+    bool readMask(uint32_t x, uint32_t y, uint32_t width, uint32_t rows, LTISceneBuffer &out,
+                  uint32_t outRow);
     void scatterRow(const uint8_t *samples, uint32_t width, LTISceneBuffer &out,
                     uint32_t outRow) const;
     void repeatEdges(uint32_t available, uint32_t availableRows, uint32_t width, uint32_t height,

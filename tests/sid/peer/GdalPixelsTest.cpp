@@ -1,7 +1,8 @@
 // Pixels read through SidInterface and the GeoTIFF engine against gdal_translate reading the
 // same image and overview: every scale up to the maximum, whole images and regions, over
-// tiled and stripped, chunky and planar, compressed, big-endian and BigTIFF files. Reductions
-// no overview provides are checked against the exact block means in GeoTiffAverageTest.
+// tiled and stripped, chunky and planar, compressed (JPEG and COGs included, with transparency
+// masks), big-endian and BigTIFF files. Reductions no overview provides are checked against the
+// exact block means in GeoTiffAverageTest; `iosid read` rows against the reader in ReadCommandTest.
 #include "PeerTools.h"
 
 #include <gtest/gtest.h>
@@ -32,6 +33,10 @@ struct PyramidCase {
     int tolerance;        // 0: byte for byte
 };
 
+#define JPEG_YCBCR "-co COMPRESS=JPEG -co PHOTOMETRIC=YCBCR "
+#define MASK "--config GDAL_TIFF_INTERNAL_MASK YES -mask 4 "
+#define MASK_4 "-b 1 -b 2 -b 3 " MASK
+
 const PyramidCase kPyramids[] = {
     {"rgb_tiled_lzw", 1536, 1024, 3, "Byte", "-co TILED=YES -co COMPRESS=LZW", "2 4 8", 8, 4, "",
      0},
@@ -48,6 +53,22 @@ const PyramidCase kPyramids[] = {
      "-co ENDIANNESS=BIG -co TILED=YES -co COMPRESS=LZW -co PREDICTOR=2", "", 1, 3,
      kStretch, 1},
     {"rgba_alpha", 512, 512, 4, "Byte", "-co ALPHA=YES -co TILED=YES", "2", 2, 5, "", 0},
+    // JPEG: GDAL decodes with the same libjpeg-turbo, so byte for byte; masks as alpha.
+    {"jpeg_ycbcr", 900, 700, 3, "Byte", JPEG_YCBCR "-co TILED=YES", "2 4", 4, 4, "", 0},
+    {"jpeg_ycbcr_mask", 1000, 760, 4, "Byte", JPEG_YCBCR "-co TILED=YES " MASK_4, "2 4", 4, 5,
+     "-b 1 -b 2 -b 3 -b mask", 0},
+    {"jpeg_rgb_deflate_overviews", 800, 600, 3, "Byte", JPEG_YCBCR "-co TILED=YES",
+     "--config COMPRESS_OVERVIEW DEFLATE --config PHOTOMETRIC_OVERVIEW RGB 2 4", 4, 4, "", 0},
+    {"jpeg_ycbcr_strips", 1000, 600, 3, "Byte", JPEG_YCBCR "-co BLOCKYSIZE=32", "2", 2, 4, "", 0},
+    {"jpeg_grey", 800, 600, 1, "Byte", "-co COMPRESS=JPEG -co TILED=YES", "2 4", 4, 3, "", 0},
+    {"jpeg_grey_mask", 640, 480, 4, "Byte", "-co COMPRESS=JPEG -co TILED=YES -b 1 " MASK, "2", 2, 5,
+     "-b 1 -b 1 -b 1 -b mask", 0},
+    {"cog_jpeg", 1200, 900, 3, "Byte", "-of COG -co COMPRESS=JPEG -co BLOCKSIZE=256", "", 4, 4, "",
+     0},
+    {"cog_jpeg_mask", 1200, 900, 4, "Byte", "-of COG -co COMPRESS=JPEG -co BLOCKSIZE=256 " MASK_4,
+     "", 4, 5, "-b 1 -b 2 -b 3 -b mask", 0},
+    {"cog_jpeg_rgba", 700, 500, 4, "Byte", "-of COG -co COMPRESS=JPEG -co BLOCKSIZE=256", "", 2, 5,
+     "", 0},
 };
 
 std::string SourceWindow(const uint32_t *r, uint32_t scale) {
@@ -94,7 +115,8 @@ TEST_P(GdalPyramid, UnalignedRegionsStartAtTheReducedPixelBelow) {
     const Image ours = ReadOurs(tiff, 2, region, c.format);
     ASSERT_TRUE(ours.error.empty()) << ours.error;
     // The scene starts at the reduced pixel holding (37, 21): full-resolution (36, 20).
-    const Image peer = ReadGdal(tiff, "-srcwin 36 20 302 150 -outsize 151 75", channels);
+    const Image peer = ReadGdal(
+        tiff, "-srcwin 36 20 302 150 -outsize 151 75 " + std::string(c.gdalArgs), channels);
     EXPECT_EQ(MaxDifference(ours, peer), 0) << c.name;
 }
 

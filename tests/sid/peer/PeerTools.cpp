@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <unistd.h>
 
 namespace sidpeer {
 
@@ -110,7 +111,8 @@ Image ReadOurs(const std::string &path, uint32_t scale, const uint32_t *region, 
 
 Image ReadGdal(const std::string &path, const std::string &args, uint32_t channels) {
     Image image;
-    const std::string out = BuildPath("gdal_peer_out.raw");
+    // One name per process: the sid and plug-in peer tests run side by side.
+    const std::string out = BuildPath("gdal_peer_out" + std::to_string(getpid()) + ".raw");
     std::remove(out.c_str());
     if (RunQuiet("gdal_translate -q -of ENVI -co INTERLEAVE=BIP " + args + " " + path + " " +
                  out) != 0) {

@@ -142,7 +142,7 @@ TEST(ReadCommand, ExitStatuses) {
     EXPECT_EQ(WEXITSTATUS(
                   std::system(Iosid(tiff + " -o " + out + " --region 1,2,3 2>/dev/null").c_str())),
               64);
-    const std::string message = Capture(Iosid(BuildPath("missing.tif") + " -o " + out + " 2>&1"));
+    const std::string message = peer::Run(Iosid(BuildPath("missing.tif") + " -o " + out)).err;
     EXPECT_NE(message.find("Failed opening MrSID file:"), std::string::npos) << message;
 }
 
