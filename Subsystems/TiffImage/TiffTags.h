@@ -43,4 +43,9 @@ constexpr uint16_t kTagGeoKeyDirectory = 34735;
 constexpr uint16_t kTagGeoDoubleParams = 34736;
 constexpr uint16_t kTagGeoAsciiParams = 34737;
 
+// GDAL's private tags: its metadata XML (band statistics among it) and its nodata value, both
+// ASCII.
+constexpr uint16_t kTagGdalMetadata = 42112;
+constexpr uint16_t kTagGdalNoData = 42113;
+
 } // namespace tiff

@@ -9,7 +9,6 @@
 #include "GeoTiffSource.h"
 #include "JpegBlockDecoder.h"
 #include "lti/LTIUtils.h"
-#include "lti/SampleOps.h"
 
 #include "Subsystems/TiffImage/TiffRead.h"
 #include "Subsystems/TiffImage/TiffTags.h"
@@ -32,7 +31,6 @@ constexpr uint32_t kPreviewSide = 512;         // reductions go on until the lon
 constexpr uint32_t kMaxReduction = 1u << 30;
 // A row may always claim this much; beyond it, only what the file's blocks can decode to.
 constexpr uint64_t kRowAllowance = 1u << 20;
-constexpr uint64_t kScanPixels = 1u << 20; // pixels looked at for a range the file lacks
 // JPEGTables larger than this are not tables.
 constexpr uint64_t kMaxJpegTables = 1u << 20;
 
@@ -330,7 +328,7 @@ LT_STATUS GeoTiffEngine::describePixels(const GeoTiffLayout &layout) {
 // range, so that opaque stays opaque.
 void GeoTiffEngine::declareBandRanges() {
     const tiff::TiffDirectory &dir = reader_.Directories()[baseDirectory_];
-    const tiff::TiffEntry *xml = dir.Find(kTagGdalMetadata);
+    const tiff::TiffEntry *xml = dir.Find(tiff::kTagGdalMetadata);
     std::vector<BandRange> ranges = ParseGdalStatistics(xml ? xml->GetAscii() : "", getNumBands());
     const auto known = [](const BandRange &r) { return r.known; };
     if (!std::all_of(ranges.begin(), ranges.end(), known)) {
@@ -350,41 +348,18 @@ void GeoTiffEngine::declareBandRanges() {
     }
 }
 
-// Every step-th row and column of the coarsest level, the step a power of two keeping the
-// count near kScanPixels: sampled, not averaged, so that nodata never blends into a value.
+// The coarsest level's samples, with GDAL's nodata value as the delivered samples hold it.
 std::vector<BandRange> GeoTiffEngine::scanCoarsestLevel() {
-    GeoTiffLevel &level = *levels_.back();
-    const tiff::TiffImageInfo &info = level.layout.info;
     std::optional<double> nodata;
-    if (const tiff::TiffEntry *tag = reader_.Directories()[baseDirectory_].Find(kTagGdalNoData))
+    if (const tiff::TiffEntry *tag =
+            reader_.Directories()[baseDirectory_].Find(tiff::kTagGdalNoData))
         nodata = ParseGdalNoData(tag->GetAscii());
     if (nodata && getDataType() == LTI_DATATYPE_FLOAT32)
-        nodata = static_cast<float>(*nodata); // as the samples hold it
+        nodata = static_cast<float>(*nodata);
     if (nodata && map_.invert)
         nodata = map_.invertFrom - *nodata;
-    BandRangeScan scan(getNumBands(), nodata);
-    uint32_t step = 1;
-    while (uint64_t{(info.width + step - 1) / step} * ((info.height + step - 1) / step) >
-           kScanPixels)
-        step *= 2;
-    GeoTiffLevelReader reader(level, reader_, map_);
-    const LTIPixel &pixel = getPixelProps();
-    LTISceneBuffer row(pixel, info.width, 1);
-    try {
-        for (uint32_t y = 0; y < info.height; y += step) {
-            if (reader.readRect(0, y, info.width, 1, row) != LT_STS_Success)
-                return std::vector<BandRange>(getNumBands()); // decoding will say what is wrong
-            for (uint16_t b = 0; b < getNumBands(); ++b)
-                detail::DispatchDataType(getDataType(), [&](auto t) {
-                    const auto *samples = reinterpret_cast<const decltype(t) *>(row.getRow(b, 0));
-                    for (uint32_t x = 0; x < info.width; x += step)
-                        scan.add(b, static_cast<double>(samples[x]));
-                });
-        }
-    } catch (const std::bad_alloc &) {
-        return std::vector<BandRange>(getNumBands());
-    }
-    return scan.ranges();
+    GeoTiffLevelReader reader(*levels_.back(), reader_, map_);
+    return ScanLevelRanges(reader, getPixelProps(), nodata);
 }
 
 double GeoTiffEngine::minimumMagnification() const {

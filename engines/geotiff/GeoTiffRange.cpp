@@ -1,9 +1,12 @@
 // GDAL's statistics and nodata tags, and the sample scan.
 #include "GeoTiffRange.h"
 
+#include "lti/SampleOps.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <new>
 
 namespace engines::geotiff {
 namespace {
@@ -100,6 +103,34 @@ void BandRangeScan::add(uint16_t band, double value) {
         r = {true, value, value};
     r.min = std::min(r.min, value);
     r.max = std::max(r.max, value);
+}
+
+std::vector<BandRange> ScanLevelRanges(GeoTiffLevelReader &reader, const LTIPixel &pixel,
+                                       std::optional<double> nodata) {
+    constexpr uint64_t kScanPixels = 1u << 20;
+    const tiff::TiffImageInfo &info = reader.info();
+    const uint16_t bands = pixel.getNumBands();
+    BandRangeScan scan(bands, nodata);
+    uint32_t step = 1;
+    while (uint64_t{(info.width + step - 1) / step} * ((info.height + step - 1) / step) >
+           kScanPixels)
+        step *= 2;
+    try {
+        LTISceneBuffer row(pixel, info.width, 1);
+        for (uint32_t y = 0; y < info.height; y += step) {
+            if (reader.readRect(0, y, info.width, 1, row) != LT_STS_Success)
+                return std::vector<BandRange>(bands); // decoding will say what is wrong
+            for (uint16_t b = 0; b < bands; ++b)
+                detail::DispatchDataType(pixel.getDataType(), [&](auto t) {
+                    const auto *samples = reinterpret_cast<const decltype(t) *>(row.getRow(b, 0));
+                    for (uint32_t x = 0; x < info.width; x += step)
+                        scan.add(b, static_cast<double>(samples[x]));
+                });
+        }
+    } catch (const std::bad_alloc &) {
+        return std::vector<BandRange>(bands);
+    }
+    return scan.ranges();
 }
 
 } // namespace engines::geotiff

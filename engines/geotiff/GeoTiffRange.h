@@ -1,15 +1,14 @@
 // Per-band sample ranges of images wider than 8 bits: the statistics GDAL writes into its
 // metadata tag, and the scan of samples that stands in when a file carries none.
 #pragma once
+#include "GeoTiffLevels.h"
+
 #include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
 
 namespace engines::geotiff {
-
-constexpr uint16_t kTagGdalMetadata = 42112; // GDAL's metadata XML (ASCII)
-constexpr uint16_t kTagGdalNoData = 42113;   // GDAL's nodata value (ASCII number)
 
 struct BandRange {
     bool known = false;
@@ -38,5 +37,11 @@ private:
     std::vector<BandRange> ranges_;
     std::optional<double> nodata_;
 };
+
+// The extent of each band's samples in the level `reader` reads, from every step-th row and
+// column, the step a power of two keeping the count near a million: sampled, not averaged, so
+// that nodata never blends into a value. Every band unknown when the level cannot be read.
+std::vector<BandRange> ScanLevelRanges(GeoTiffLevelReader &reader, const LTIPixel &pixel,
+                                       std::optional<double> nodata);
 
 } // namespace engines::geotiff

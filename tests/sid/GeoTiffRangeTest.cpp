@@ -5,6 +5,7 @@
 
 #include "StripTiff.h"
 
+#include "Subsystems/TiffImage/TiffTags.h"
 #include "engines/geotiff/GeoTiffRange.h"
 #include "lti/MrSIDImageReader.h"
 
@@ -94,9 +95,9 @@ TEST(GeoTiffBandRange, StatisticsElseSampleExtentWithoutNodataOrNaN) {
         sidtest::StripTiff tiff(pixels, 1, 2, c.bits, 1, 1);
         tiff.Short(339, {c.sampleFormat, c.sampleFormat}).Short(338, {c.extraSamples});
         if (c.nodata)
-            tiff.Ascii(engines::geotiff::kTagGdalNoData, c.nodata);
+            tiff.Ascii(tiff::kTagGdalNoData, c.nodata);
         if (!c.metadata.empty())
-            tiff.Ascii(engines::geotiff::kTagGdalMetadata, c.metadata);
+            tiff.Ascii(tiff::kTagGdalMetadata, c.metadata);
         sidtest::Bytes strip;
         for (const double v : c.values) {
             uint64_t bits = 0;
