@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Reader benchmark (not a test): `iosid read` against gdal_translate on a large generated RGB
-# image, whole and by region, to the same raw output. Prints wall times, their ratio (ours /
-# GDAL) and both peak resident set sizes.
+# image, whole and by region, to the same raw output. Prints wall times (medians of
+# IOSID_BENCH_RUNS alternating runs, default 5), their ratio (ours / GDAL) and both peak
+# resident set sizes.
 # Usage: read_bench.sh IOSID DATA_DIR tif|jp2 [SIZE]   (SIZE defaults to 16384)
 #   tif: tiled LZW pyramid, scales 1, 2, 4 and 8;  jp2: lossless JPEG 2000, scales 1, 4 and 16
 set -euo pipefail
@@ -9,6 +10,7 @@ iosid=${1:?path to the iosid program}
 data=${2:?directory for the generated image and outputs}
 kind=${3:?tif or jp2}
 size=${4:-16384}
+runs=${IOSID_BENCH_RUNS:-5}
 here="$(cd "$(dirname "$0")" && pwd)"
 source "$here/../measure.sh"
 image="$data/bench_rgb_${size}.$kind"
@@ -31,10 +33,9 @@ for scale in "${scales[@]}"; do
             ours=(--scale "$scale" --region "$half,$half,$last,$last")
             gdal=(-srcwin "$half" "$half" "$region_size" "$region_size" -outsize "$out_w" "$out_w")
         fi
-        read -r ours_s ours_kib < <(measure "$data/time.log" "$iosid" read "$image" \
-            -o "$data/ours.raw" "${ours[@]}")
-        read -r gdal_s gdal_kib < <(measure "$data/time.log" gdal_translate -q -of ENVI \
-            -co INTERLEAVE=BIP "${gdal[@]}" "$image" "$data/gdal.raw")
+        read -r ours_s gdal_s ours_kib gdal_kib < <(compare "$runs" "$data/time.log" \
+            -- "$iosid" read "$image" -o "$data/ours.raw" "${ours[@]}" \
+            -- gdal_translate -q -of ENVI -co INTERLEAVE=BIP "${gdal[@]}" "$image" "$data/gdal.raw")
         # Same bytes apart from the channel order (ours blue first): compare sizes only here;
         # the pixel tests compare contents.
         [ "$(stat -c %s "$data/ours.raw")" = "$(stat -c %s "$data/gdal.raw")" ] ||
