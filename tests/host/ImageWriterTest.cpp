@@ -2,10 +2,10 @@
 #include "ImageWriter.h"
 
 #ifdef IOSID_HOST_HAVE_TIFF
-#include "PeerTools.h"
 #include "gcs/GCSDef.h"
 #include "gcs/KnownLists.h"
 #include "gcs/UCSDef.h"
+#include "support/peer/Peer.h"
 
 #include <tiffio.h>
 #endif
@@ -203,9 +203,9 @@ int ExpectedSample(RowFormat format, const std::vector<uint8_t> &row, uint32_t x
 std::vector<uint8_t> GdalSamples(const fs::path &path) {
     const fs::path raw = fs::path(path).replace_extension(".bin");
     bool ok = false;
-    georefpeer::RunCommand("gdal_translate -q -ot Byte -of ENVI -co INTERLEAVE=BSQ " +
-                               georefpeer::ShellQuote(path.string()) + " " +
-                               georefpeer::ShellQuote(raw.string()),
+    peer::RunCommand("gdal_translate -q -ot Byte -of ENVI -co INTERLEAVE=BSQ " +
+                               peer::ShellQuote(path.string()) + " " +
+                               peer::ShellQuote(raw.string()),
                            &ok);
     EXPECT_TRUE(ok) << path;
     return ReadBytes(raw);
@@ -386,9 +386,9 @@ TEST(TiffWriter, GdalReadsTheGeoreferencing) {
             writer->WriteRow(y, row.data());
         writer->Commit();
 
-        georefpeer::GdalInfo info;
+        peer::GdalInfo info;
         std::string error;
-        ASSERT_TRUE(georefpeer::ReadGdalInfo(path.string(), info, error)) << error;
+        ASSERT_TRUE(peer::ReadGdalInfo(path.string(), info, error)) << error;
         const bool expectTransform = c.geoTransform != std::array<double, 6>{};
         ASSERT_EQ(info.hasGeoTransform, expectTransform);
         for (int k = 0; k < 6 && expectTransform; ++k)
@@ -397,8 +397,8 @@ TEST(TiffWriter, GdalReadsTheGeoreferencing) {
         ASSERT_EQ(info.wkt.empty(), c.epsg == -1) << info.wkt;
         if (c.epsg == -1)
             continue;
-        georefpeer::WktNode root;
-        ASSERT_TRUE(georefpeer::ParseWkt(info.wkt, root)) << info.wkt;
+        peer::WktNode root;
+        ASSERT_TRUE(peer::ParseWkt(info.wkt, root)) << info.wkt;
         EXPECT_EQ(root.EpsgCode(), c.epsg) << info.wkt;
         const auto parameters = root.Parameters();
         for (const auto &[name, value] : c.parameters) {

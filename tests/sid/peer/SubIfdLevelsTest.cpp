@@ -2,7 +2,7 @@
 // resolution levels just as overviews in the main chain are: the same pixels, written both ways,
 // read alike at every scale, each stored level is read rather than averaged, and GDAL reads the
 // same pixels from the stored levels.
-#include "PeerTools.h"
+#include "OurReader.h"
 
 #include <gtest/gtest.h>
 #include <tiffio.h>
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-using namespace sidpeer;
+using namespace peer;
 
 namespace {
 
@@ -68,7 +68,7 @@ bool WriteLevel(TIFF *tif, const Level &level, bool tiled, uint16_t compression)
 // The full image, then its overviews in the main chain or as SubIFDs of the full image.
 std::string WritePyramid(const std::string &name, const std::vector<Level> &levels,
                          bool asSubIfds) {
-    const std::string path = BuildPath(name);
+    const std::string path = ScratchPath(name);
     TIFF *tif = TIFFOpen(path.c_str(), "w");
     if (tif == nullptr)
         return "";
@@ -102,26 +102,25 @@ TEST(SubIfdLevels, ReadAsTheMainChainsOverviewsAre) {
 
     for (uint32_t scale : {1u, 2u, 4u, 8u}) {
         SCOPED_TRACE("scale " + std::to_string(scale));
-        const Image want = ReadOurs(chain, scale, nullptr, 3);
-        const Image got = ReadOurs(subIfds, scale, nullptr, 3);
+        const Raster want = ReadOurs(chain, scale, nullptr, 3);
+        const Raster got = ReadOurs(subIfds, scale, nullptr, 3);
         ASSERT_EQ(got.error, "");
         ASSERT_EQ(want.error, "");
         EXPECT_EQ(got.width, kWidth / scale);
         EXPECT_EQ(got.height, kHeight / scale);
-        EXPECT_EQ(got.data, want.data);
+        EXPECT_EQ(got.bytes, want.bytes);
         for (const Level &level : levels) {
             if (level.factor != scale)
                 continue;
-            EXPECT_EQ(got.data, level.pixels) << "the stored level was not read";
+            EXPECT_EQ(got.bytes, level.pixels) << "the stored level was not read";
             // GDAL reads SubIFD overviews too.
-            const Image gdal = ReadGdal(
-                subIfds,
-                "-outsize " + std::to_string(level.width) + " " + std::to_string(level.height), 1);
+            const Raster gdal = GdalRead(subIfds, "-outsize " + std::to_string(level.width) + " " +
+                                                      std::to_string(level.height));
             EXPECT_EQ(MaxDifference(got, gdal), 0);
         }
     }
     // The coarsest SubIFD level sets the largest reduction offered.
-    const Image clamped = ReadOurs(subIfds, 16, nullptr, 3);
+    const Raster clamped = ReadOurs(subIfds, 16, nullptr, 3);
     EXPECT_EQ(clamped.width, kWidth / 8);
 }
 
