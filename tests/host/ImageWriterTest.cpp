@@ -199,18 +199,6 @@ int ExpectedSample(RowFormat format, const std::vector<uint8_t> &row, uint32_t x
     return -1;
 }
 
-// Band-sequential bytes as GDAL reads the file.
-std::vector<uint8_t> GdalSamples(const fs::path &path) {
-    const fs::path raw = fs::path(path).replace_extension(".bin");
-    bool ok = false;
-    peer::RunCommand("gdal_translate -q -ot Byte -of ENVI -co INTERLEAVE=BSQ " +
-                               peer::ShellQuote(path.string()) + " " +
-                               peer::ShellQuote(raw.string()),
-                           &ok);
-    EXPECT_TRUE(ok) << path;
-    return ReadBytes(raw);
-}
-
 // Bits, samples, photometric, compression, extra sample kind (0: none) and tiling, by libtiff.
 std::array<int, 6> ReadTags(const fs::path &path) {
     std::array<int, 6> tags{};
@@ -269,13 +257,13 @@ TEST(TiffAndPngWriters, PeersReadTheRowsWritten) {
                                                           c.compressionTag, extra, 1}));
         }
         const int bands = c.format == RowFormat::Bgr24 ? 3 : c.format >= RowFormat::Bgra32 ? 4 : 1;
-        const std::vector<uint8_t> samples = GdalSamples(path);
-        ASSERT_EQ(samples.size(), size_t{width} * height * bands);
+        const peer::Raster samples = peer::GdalRead(path.string(), "-ot Byte");
+        ASSERT_EQ(samples.bytes.size(), size_t{width} * height * bands) << samples.error;
         int mismatches = 0;
-        for (size_t band = 0; band < size_t(bands); ++band)
+        for (uint32_t band = 0; band < uint32_t(bands); ++band)
             for (uint32_t y = 0; y < height; ++y)
                 for (uint32_t x = 0; x < width; ++x)
-                    mismatches += samples[(size_t{band} * height + y) * width + x] !=
+                    mismatches += samples.bytes[samples.SampleBit(x, y, band) / 8] !=
                                   ExpectedSample(c.format, rows[y], x, int(band));
         EXPECT_EQ(mismatches, 0);
     }

@@ -17,16 +17,6 @@ using namespace peer;
 
 namespace {
 
-bool GeoTransform(const std::string &path, double (&gt)[6]) {
-    const std::string json = RunCommand("gdalinfo -json " + path);
-    const size_t at = json.find("\"geoTransform\"");
-    if (at == std::string::npos)
-        return false;
-    const size_t open = json.find('[', at);
-    return std::sscanf(json.c_str() + open, "[ %lf , %lf , %lf , %lf , %lf , %lf", &gt[0], &gt[1],
-                       &gt[2], &gt[3], &gt[4], &gt[5]) == 6;
-}
-
 shr::Vec2d Centre(const double (&gt)[6], double x, double y) {
     return {gt[0] + (x + 0.5) * gt[1] + (y + 0.5) * gt[2],
             gt[3] + (x + 0.5) * gt[4] + (y + 0.5) * gt[5]};
@@ -41,9 +31,11 @@ void ExpectNear(const shr::Vec2d &a, const shr::Vec2d &b, const std::string &wha
 // Checks the warp of a region of `path` against its GDAL geotransform; false when the file
 // has no geotransform.
 bool CheckWarp(const std::string &path) {
-    double gt[6];
-    if (!GeoTransform(path, gt))
+    GdalInfo info;
+    std::string error;
+    if (!ReadGdalInfo(path, info, error) || !info.hasGeoTransform)
         return false;
+    const double(&gt)[6] = info.geoTransform;
     SidInterface reader;
     EXPECT_TRUE(reader.Open(std::wstring(path.begin(), path.end()))) << path;
     const uint32_t w = reader.GetWidth(), h = reader.GetHeight();

@@ -262,15 +262,16 @@ EngineGeo ReadGeo(const std::string &path) {
     return out;
 }
 
+// GDAL's geotransform and the EPSG code of its coordinate system.
 bool GdalGeo(const std::string &path, double (&gt)[6], int &epsg) {
-    const std::string json = RunCommand("gdalinfo -json " + path);
-    const size_t at = json.find("\"geoTransform\"");
-    const size_t code = json.find("\"proj:epsg\":");
-    if (at == std::string::npos || code == std::string::npos)
+    GdalInfo info;
+    WktNode root;
+    std::string error;
+    if (!ReadGdalInfo(path, info, error) || !info.hasGeoTransform || !ParseWkt(info.wkt, root))
         return false;
-    epsg = std::atoi(json.c_str() + code + 12);
-    return std::sscanf(json.c_str() + json.find('[', at), "[ %lf , %lf , %lf , %lf , %lf , %lf",
-                       &gt[0], &gt[1], &gt[2], &gt[3], &gt[4], &gt[5]) == 6;
+    std::copy_n(info.geoTransform, 6, gt);
+    epsg = root.EpsgCode();
+    return true;
 }
 
 TEST(Jpeg2000Georeference, MapAndSystemMatchGdalinfo) {
@@ -279,7 +280,7 @@ TEST(Jpeg2000Georeference, MapAndSystemMatchGdalinfo) {
         const std::string path =
             MakeJpeg2000(std::string("jp2_") + c.name, source, LOSSLESS + std::string(c.args));
         ASSERT_FALSE(path.empty()) << c.name;
-        double gt[6];
+        double gt[6] = {};
         int epsg = 0;
         ASSERT_TRUE(GdalGeo(path, gt, epsg)) << c.name;
         const EngineGeo ours = ReadGeo(path);

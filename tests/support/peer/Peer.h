@@ -143,10 +143,12 @@ struct WriteLayout {
     bool tiled = false;
     uint32_t chunkWidth = 0;  // tile width (tiles only)
     uint32_t chunkHeight = 0; // tile length, or rows per strip
+    bool reduced = false;     // an overview
+    uint16_t subIfds = 0;     // how many of the images after this one are its SubIFDs
 };
-// Writes each raster as one directory with libtiff opened with `mode` ("wl", "wb", "w8l",
-// "w8b"); false with libtiff's last message.
-bool LibtiffWrite(const std::string &path, const char *mode, const WriteLayout &layout,
+// Writes each raster as one directory with libtiff opened with `mode` ("w", "wl", "wb", "w8l",
+// "w8b"), in the layout of the same index or else the first; false with libtiff's last message.
+bool LibtiffWrite(const std::string &path, const char *mode, const std::vector<WriteLayout> &layouts,
                   const std::vector<Raster> &images, std::string &error);
 
 } // namespace peer

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
-#include <unistd.h>
 
 namespace peer {
 namespace {
@@ -99,8 +98,7 @@ private:
 
 Raster GdalRead(const std::string &path, const std::string &args) {
     Raster image;
-    // One name per process: the sid and plug-in peer tests run side by side.
-    const std::string out = ScratchPath("gdal_read" + std::to_string(getpid()) + ".raw");
+    const std::string out = ScratchPath("gdal_read.raw");
     std::remove(out.c_str());
     if (RunQuiet("gdal_translate -q -of ENVI -co INTERLEAVE=BIP " + args + " " +
                  ShellQuote(path) + " " + ShellQuote(out)) != 0) {
@@ -116,7 +114,6 @@ Raster GdalRead(const std::string &path, const std::string &args) {
     image.bps = TypeBits(info["bands"][0].value("type", ""));
     image.width = info["size"][0];
     image.height = info["size"][1];
-    image.bytes.reserve(size_t(image.RowBytes() * image.height));
     const std::string raw = ReadFile(out);
     image.bytes.assign(raw.begin(), raw.end());
     if (image.bytes.size() != image.RowBytes() * image.height)

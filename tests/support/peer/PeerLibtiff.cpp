@@ -116,6 +116,13 @@ bool SetFields(TIFF *t, const WriteLayout &layout, const Raster &image) {
         const std::vector<uint16_t> extra(image.spp - 1, EXTRASAMPLE_UNSPECIFIED);
         ok = ok && TIFFSetField(t, TIFFTAG_EXTRASAMPLES, image.spp - 1, extra.data());
     }
+    if (layout.reduced)
+        ok = ok && TIFFSetField(t, TIFFTAG_SUBFILETYPE, FILETYPE_REDUCEDIMAGE);
+    if (layout.subIfds) {
+        // Placeholders: libtiff fills in the offsets as it writes the following directories.
+        const std::vector<toff_t> offsets(layout.subIfds, 0);
+        ok = ok && TIFFSetField(t, TIFFTAG_SUBIFD, layout.subIfds, offsets.data());
+    }
     if (layout.predictor != 1)
         ok = ok && TIFFSetField(t, TIFFTAG_PREDICTOR, layout.predictor);
     if (layout.tiled)
@@ -173,7 +180,7 @@ bool LibtiffDescribe(const std::string &path, unsigned dir, LibtiffLayout &layou
     return true;
 }
 
-bool LibtiffWrite(const std::string &path, const char *mode, const WriteLayout &layout,
+bool LibtiffWrite(const std::string &path, const char *mode, const std::vector<WriteLayout> &layouts,
                   const std::vector<Raster> &images, std::string &error) {
     g_lastMessage.clear();
     TiffPtr tif = OpenTiff(path, mode);
@@ -182,7 +189,9 @@ bool LibtiffWrite(const std::string &path, const char *mode, const WriteLayout &
         return false;
     }
     TIFF *t = tif.get();
-    for (Raster image : images) {
+    for (size_t i = 0; i < images.size(); ++i) {
+        Raster image = images[i];
+        const WriteLayout &layout = layouts[i < layouts.size() ? i : 0];
         const uint16_t planes = layout.planar == PLANARCONFIG_SEPARATE ? image.spp : 1;
         const Grid g{layout.tiled ? layout.chunkWidth : image.width, layout.chunkHeight, planes,
                      layout.tiled};
