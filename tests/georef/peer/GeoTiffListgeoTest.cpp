@@ -120,7 +120,8 @@ bool ListgeoKeys(const std::string &path, std::vector<ListgeoKey> &keys, std::st
         return false;
     }
     bool ok = false;
-    std::istringstream in(peer::RunCommand("listgeo -no_norm " + peer::ShellQuote(path) + " 2>&1", &ok));
+    std::istringstream in(
+        peer::RunCommand("listgeo -no_norm " + peer::ShellQuote(path) + " 2>&1", &ok));
     if (!ok) {
         error = "listgeo failed on " + path;
         return false;
@@ -143,7 +144,6 @@ bool ListgeoKeys(const std::string &path, std::vector<ListgeoKey> &keys, std::st
     }
     return true; // no GeoTIFF keys at all
 }
-
 
 std::string Format15(double value) {
     char buffer[40];

@@ -60,8 +60,8 @@ Raster Expected(const Raster &rgb, int bits) {
     for (size_t i = 0; i < rgb.bytes.size(); i += rgb.spp) {
         const int sum = rgb.bytes[i] + rgb.bytes[i + 1] + rgb.bytes[i + 2];
         out.bytes.push_back(bits == 8   ? uint8_t(sum / 3)
-                           : bits == 4 ? uint8_t(sum / 3.0 * 15.0 / 255.0)
-                                       : uint8_t(sum >= 384));
+                            : bits == 4 ? uint8_t(sum / 3.0 * 15.0 / 255.0)
+                                        : uint8_t(sum >= 384));
     }
     return out;
 }
@@ -113,11 +113,10 @@ TEST_P(ImportCommand, OutputMatchesGdalPixelsAndGeoreferencing) {
         << c.name << ": " << errors;
     const uint32_t *r = c.region;
     const uint32_t w = (r[2] - r[0] + 1) / c.scale, h = (r[3] - r[1] + 1) / c.scale;
-    const Raster peer =
-        GdalRead(source.path,
-                 "-srcwin " + std::to_string(r[0]) + " " + std::to_string(r[1]) + " " +
-                     std::to_string(r[2] - r[0] + 1) + " " + std::to_string(r[3] - r[1] + 1) +
-                     " -outsize " + std::to_string(w) + " " + std::to_string(h));
+    const Raster peer = GdalRead(
+        source.path, "-srcwin " + std::to_string(r[0]) + " " + std::to_string(r[1]) + " " +
+                         std::to_string(r[2] - r[0] + 1) + " " + std::to_string(r[3] - r[1] + 1) +
+                         " -outsize " + std::to_string(w) + " " + std::to_string(h));
     const Raster ours = GdalRead(out, "");
     EXPECT_EQ(MaxDifference(ours, Expected(peer, c.bits)), 0)
         << c.name << " size " << ours.width << "x" << ours.height;
@@ -196,7 +195,8 @@ TEST(ImportCommandFailures, StatusMessageAndNoOutput) {
     for (const Case &c : cases) {
         std::remove(out.c_str());
         std::string errors;
-        EXPECT_EQ(RunIosid(c.args + " --settings " + ScratchPath("imp_fail.json"), errors), c.status)
+        EXPECT_EQ(RunIosid(c.args + " --settings " + ScratchPath("imp_fail.json"), errors),
+                  c.status)
             << c.args << "\n"
             << errors;
         EXPECT_NE(errors.find(c.message), std::string::npos) << c.args << "\n" << errors;
@@ -218,9 +218,9 @@ TEST(Settings, ConcurrentImportsLeaveAWholeFile) {
     std::remove(settings.c_str());
     std::string command;
     for (int i = 0; i < 6; ++i)
-        command += Iosid("import " + Rgb().path + " -o " + ScratchPath("imp_c" + std::to_string(i)) +
-                         ".raw --quiet --scale " + std::to_string(1 << (i % 3 + 1)) +
-                         " --settings " + settings) +
+        command += Iosid("import " + Rgb().path + " -o " +
+                         ScratchPath("imp_c" + std::to_string(i)) + ".raw --quiet --scale " +
+                         std::to_string(1 << (i % 3 + 1)) + " --settings " + settings) +
                    " & ";
     ASSERT_EQ(RunQuiet(command + " wait"), 0);
     const auto stored = nlohmann::json::parse(ReadFile(settings));

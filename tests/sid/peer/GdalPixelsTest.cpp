@@ -50,8 +50,7 @@ const PyramidCase kPyramids[] = {
      "-co BIGTIFF=YES -co ENDIANNESS=BIG -co TILED=YES -co COMPRESS=LZW -co PREDICTOR=2", "2", 2, 4,
      "", 0},
     {"grey16_bigendian", 512, 256, 1, "UInt16",
-     "-co ENDIANNESS=BIG -co TILED=YES -co COMPRESS=LZW -co PREDICTOR=2", "", 1, 3,
-     kStretch, 1},
+     "-co ENDIANNESS=BIG -co TILED=YES -co COMPRESS=LZW -co PREDICTOR=2", "", 1, 3, kStretch, 1},
     {"rgba_alpha", 512, 512, 4, "Byte", "-co ALPHA=YES -co TILED=YES", "2", 2, 5, "", 0},
     // JPEG: GDAL decodes with the same libjpeg-turbo, so byte for byte; masks as alpha.
     {"jpeg_ycbcr", 900, 700, 3, "Byte", JPEG_YCBCR "-co TILED=YES", "2 4", 4, 4, "", 0},

@@ -69,7 +69,6 @@ Raster ReadEngine(const std::string &path, uint32_t scale, const uint32_t *regio
     return image;
 }
 
-
 #define LOSSLESS "-co REVERSIBLE=YES -co QUALITY=100 "
 
 struct PixelCase {
@@ -118,7 +117,7 @@ protected:
     std::string make(const PixelCase &c) {
         const std::string source = *c.source ? std::string(IOSID_TESTDATA) + "/" + c.source
                                              : MakeEnviSource(std::string("jp2_") + c.name, c.width,
-                                                          c.height, c.bands, c.type);
+                                                              c.height, c.bands, c.type);
         return MakeJpeg2000(std::string("jp2_") + c.name, source, c.options, c.extension);
     }
 };
@@ -139,8 +138,7 @@ TEST_P(Jpeg2000Pixels, EveryReductionAndRegionMatchesGdal) {
             ASSERT_TRUE(ours.error.empty()) << ours.error << " at scale " << scale;
             if (scale > c.gdalScale)
                 continue; // GDAL offers no overview this small
-            const Raster peer =
-                GdalRead(path, ScaledWindow(region, scale) + " " + c.gdalArgs);
+            const Raster peer = GdalRead(path, ScaledWindow(region, scale) + " " + c.gdalArgs);
             ASSERT_TRUE(peer.error.empty()) << peer.error;
             EXPECT_EQ(MaxDifference(ours, peer), 0)
                 << c.name << " scale " << scale << " region " << region[0];
@@ -171,12 +169,9 @@ TEST_P(Jpeg2000Pixels, OneReaderChangingLevelsReadsWhatFreshReadersRead) {
         for (uint32_t b = 0; b < reader->getNumBands(); ++b)
             for (uint32_t y = 0; y < fresh.height; y += 7)
                 for (uint32_t x = 0; x < fresh.width; x += 5)
-                    ASSERT_EQ(
-                        std::memcmp(
-                            buffer.getRow(b, y) + size_t{x} * bytes,
-                            &fresh.bytes[fresh.SampleBit(x, y, b) / 8],
-                            bytes),
-                        0)
+                    ASSERT_EQ(std::memcmp(buffer.getRow(b, y) + size_t{x} * bytes,
+                                          &fresh.bytes[fresh.SampleBit(x, y, b) / 8], bytes),
+                              0)
                         << c.name << " scale " << s << " band " << b << " at " << x << "," << y;
     }
     reader->release();

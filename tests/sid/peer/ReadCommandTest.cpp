@@ -124,19 +124,11 @@ TEST(ReadCommand, AgreesWithGeorefOnEveryFixture) {
 TEST(ReadCommand, ExitStatuses) {
     const std::string tiff = Pyramid();
     const std::string out = ScratchPath("cli_bad.png");
-    EXPECT_EQ(WEXITSTATUS(std::system(
-                  Iosid(ScratchPath("missing.tif") + " -o " + out + " 2>/dev/null").c_str())),
-              2);
-    EXPECT_EQ(WEXITSTATUS(std::system(Iosid(tiff + " 2>/dev/null").c_str())), 64);
-    EXPECT_EQ(
-        WEXITSTATUS(std::system(Iosid(tiff + " -o " + out + " --scale 3 2>/dev/null").c_str())),
-        64);
-    EXPECT_EQ(
-        WEXITSTATUS(std::system(Iosid(tiff + " -o " + out + " --format 16 2>/dev/null").c_str())),
-        64);
-    EXPECT_EQ(WEXITSTATUS(
-                  std::system(Iosid(tiff + " -o " + out + " --region 1,2,3 2>/dev/null").c_str())),
-              64);
+    EXPECT_EQ(peer::Run(Iosid(ScratchPath("missing.tif") + " -o " + out)).status, 2);
+    EXPECT_EQ(peer::Run(Iosid(tiff)).status, 64);
+    EXPECT_EQ(peer::Run(Iosid(tiff + " -o " + out + " --scale 3")).status, 64);
+    EXPECT_EQ(peer::Run(Iosid(tiff + " -o " + out + " --format 16")).status, 64);
+    EXPECT_EQ(peer::Run(Iosid(tiff + " -o " + out + " --region 1,2,3")).status, 64);
     const std::string message = peer::Run(Iosid(ScratchPath("missing.tif") + " -o " + out)).err;
     EXPECT_NE(message.find("Failed opening MrSID file:"), std::string::npos) << message;
 }

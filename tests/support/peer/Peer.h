@@ -148,7 +148,8 @@ struct WriteLayout {
 };
 // Writes each raster as one directory with libtiff opened with `mode` ("w", "wl", "wb", "w8l",
 // "w8b"), in the layout of the same index or else the first; false with libtiff's last message.
-bool LibtiffWrite(const std::string &path, const char *mode, const std::vector<WriteLayout> &layouts,
-                  const std::vector<Raster> &images, std::string &error);
+bool LibtiffWrite(const std::string &path, const char *mode,
+                  const std::vector<WriteLayout> &layouts, const std::vector<Raster> &images,
+                  std::string &error);
 
 } // namespace peer

@@ -100,13 +100,14 @@ Raster GdalRead(const std::string &path, const std::string &args) {
     Raster image;
     const std::string out = ScratchPath("gdal_read.raw");
     std::remove(out.c_str());
-    if (RunQuiet("gdal_translate -q -of ENVI -co INTERLEAVE=BIP " + args + " " +
-                 ShellQuote(path) + " " + ShellQuote(out)) != 0) {
+    if (RunQuiet("gdal_translate -q -of ENVI -co INTERLEAVE=BIP " + args + " " + ShellQuote(path) +
+                 " " + ShellQuote(out)) != 0) {
         image.error = "gdal_translate failed on " + path;
         return image;
     }
     const nlohmann::json info = GdalJson(ShellQuote(out));
-    if (!info.is_object() || !info.contains("size") || info.value("bands", nlohmann::json()).empty()) {
+    if (!info.is_object() || !info.contains("size") ||
+        info.value("bands", nlohmann::json()).empty()) {
         image.error = "gdalinfo cannot describe " + out;
         return image;
     }

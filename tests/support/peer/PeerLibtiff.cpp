@@ -180,8 +180,9 @@ bool LibtiffDescribe(const std::string &path, unsigned dir, LibtiffLayout &layou
     return true;
 }
 
-bool LibtiffWrite(const std::string &path, const char *mode, const std::vector<WriteLayout> &layouts,
-                  const std::vector<Raster> &images, std::string &error) {
+bool LibtiffWrite(const std::string &path, const char *mode,
+                  const std::vector<WriteLayout> &layouts, const std::vector<Raster> &images,
+                  std::string &error) {
     g_lastMessage.clear();
     TiffPtr tif = OpenTiff(path, mode);
     if (!tif) {

@@ -74,7 +74,8 @@ std::string MakeEnviSource(const std::string &name, uint32_t width, uint32_t hei
         {"UInt16", 12, Put<uint16_t>, [](uint32_t v, uint32_t n) { return double(v * 251 + n); }},
         {"Int16", 2, Put<int16_t>, [](uint32_t v, uint32_t n) { return v * 100.0 + n - 20000; }},
         {"UInt32", 13, Put<uint32_t>, [](uint32_t v, uint32_t n) { return v * 1000003.0 + n; }},
-        {"Float32", 4, Put<float>, [](uint32_t v, uint32_t n) { return (v + n / 256.0) / 128 - 1; }},
+        {"Float32", 4, Put<float>,
+         [](uint32_t v, uint32_t n) { return (v + n / 256.0) / 128 - 1; }},
         {"Float64", 5, Put<double>, [](uint32_t v, uint32_t n) { return v * 0.25 + n * 1e-3 - 7; }},
     };
     const Kind *kind = &kinds[0];
