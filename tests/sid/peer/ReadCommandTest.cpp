@@ -7,7 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -81,11 +80,7 @@ nlohmann::json Json(const std::string &command) {
 // image pixel); `iosid georef` gives the raster-to-model coefficients of the same tags.
 TEST(ReadCommand, AgreesWithGeorefOnEveryFixture) {
     int warps = 0, codes = 0;
-    for (const auto &entry :
-         std::filesystem::directory_iterator(std::string(IOSID_TESTDATA) + "/geotiff")) {
-        const std::string file = entry.path().string();
-        if (entry.path().extension() != ".tif")
-            continue;
+    for (const std::string &file : TestTiffs("geotiff")) {
         const nlohmann::json read =
             Json("read " + file + " -o " + ScratchPath("agree.raw") + " --json");
         const nlohmann::json georef = Json("georef --json " + file);

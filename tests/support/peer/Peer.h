@@ -41,6 +41,8 @@ inline const std::string kUtmPlacement = "-a_srs EPSG:32611 -a_ullr 500000 41000
 std::string MakeGeoTiff(const std::string &name, const std::string &source,
                         const std::string &options, const std::string &overviews = "",
                         const std::string &placement = kUtmPlacement);
+// The TIFFs (.tif, .tiff) in the test data's `folder` ("tiff", "geotiff"), sorted.
+std::vector<std::string> TestTiffs(const std::string &folder);
 // libgeotiff's test files and GeoTIFFs GDAL writes over them in many coordinate systems (and one
 // with ground control points); written on the first call.
 const std::vector<std::string> &GeoTiffFixtures();

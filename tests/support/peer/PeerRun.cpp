@@ -115,6 +115,16 @@ std::string MakeGeoTiff(const std::string &name, const std::string &source,
     return path;
 }
 
+std::vector<std::string> TestTiffs(const std::string &folder) {
+    std::vector<std::string> files;
+    for (const auto &entry :
+         std::filesystem::directory_iterator(std::string(IOSID_TESTDATA) + "/" + folder))
+        if (entry.path().extension() == ".tif" || entry.path().extension() == ".tiff")
+            files.push_back(entry.path().string());
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
 const std::vector<std::string> &GeoTiffFixtures() {
     // Coordinate systems given to byte.tif (tie point and pixel scale), so that GDAL writes
     // the keys.
@@ -143,13 +153,8 @@ const std::vector<std::string> &GeoTiffFixtures() {
     static std::vector<std::string> fixtures;
     if (!fixtures.empty())
         return fixtures;
-    const std::string folder = std::string(IOSID_TESTDATA) + "/geotiff";
-    for (const std::filesystem::directory_entry &entry :
-         std::filesystem::directory_iterator(folder))
-        if (entry.path().extension() == ".tif")
-            fixtures.push_back(entry.path().string());
-    std::sort(fixtures.begin(), fixtures.end());
-    const std::string byteTif = folder + "/byte.tif";
+    fixtures = TestTiffs("geotiff");
+    const std::string byteTif = std::string(IOSID_TESTDATA) + "/geotiff/byte.tif";
     for (auto [name, srs] : generated) {
         fixtures.push_back(MakeGeoTiff(name, byteTif, "", "", "-a_srs " + ShellQuote(srs)));
         EXPECT_FALSE(fixtures.back().empty()) << "gdal_translate failed for " << srs;
