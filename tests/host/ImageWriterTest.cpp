@@ -201,19 +201,10 @@ int ExpectedSample(RowFormat format, const std::vector<uint8_t> &row, uint32_t x
 
 // Bits, samples, photometric, compression, extra sample kind (0: none) and tiling, by libtiff.
 std::array<int, 6> ReadTags(const fs::path &path) {
-    std::array<int, 6> tags{};
-    TIFF *tiff = TIFFOpen(path.string().c_str(), "r");
-    uint16_t value = 0, count = 0, *extra = nullptr;
-    int k = 0;
-    for (ttag_t tag :
-         {TIFFTAG_BITSPERSAMPLE, TIFFTAG_SAMPLESPERPIXEL, TIFFTAG_PHOTOMETRIC, TIFFTAG_COMPRESSION})
-        tags[k++] = tiff && TIFFGetField(tiff, tag, &value) ? value : -1;
-    if (tiff && TIFFGetField(tiff, TIFFTAG_EXTRASAMPLES, &count, &extra) && count == 1)
-        tags[4] = extra[0];
-    tags[5] = tiff && TIFFIsTiled(tiff);
-    if (tiff)
-        TIFFClose(tiff);
-    return tags;
+    peer::LibtiffLayout l;
+    if (!peer::LibtiffDescribe(path.string(), 0, l))
+        return {-1, -1, -1, -1, 0, 0};
+    return {l.bps, l.spp, l.photometric, l.compression, l.extraSample, l.tiled};
 }
 
 // Every row format, compressed every way, read back by libtiff (layout) and GDAL (pixels).

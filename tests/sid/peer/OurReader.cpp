@@ -2,25 +2,16 @@
 #include "OurReader.h"
 
 #include "SidInterface.h"
+#include "shr/Strings.h"
 
 namespace peer {
-namespace {
-
-std::string Narrow(const std::wstring &text) {
-    std::string out;
-    for (wchar_t c : text)
-        out += c < 128 ? static_cast<char>(c) : '?';
-    return out;
-}
-
-} // namespace
 
 Raster ReadOurs(const std::string &path, uint32_t scale, const uint32_t *region, int format) {
     Raster image;
     SidInterface reader;
     reader.SetFormat(format);
-    if (!reader.Open(std::wstring(path.begin(), path.end())) || !reader.SetScale(scale)) {
-        image.error = "open or scale failed: " + Narrow(reader.GetErrorText());
+    if (!reader.Open(Wide(path)) || !reader.SetScale(scale)) {
+        image.error = "open or scale failed: " + shr::WtoA(reader.GetErrorText());
         return image;
     }
     if (region)
@@ -30,7 +21,8 @@ Raster ReadOurs(const std::string &path, uint32_t scale, const uint32_t *region,
     std::vector<uint8_t> row(size_t{image.width} * 4);
     for (uint32_t y = 0; y < image.height; ++y) {
         if (!reader.ReadScanline(y, row.data())) {
-            image.error = "row " + std::to_string(y) + " failed: " + Narrow(reader.GetErrorText());
+            image.error =
+                "row " + std::to_string(y) + " failed: " + shr::WtoA(reader.GetErrorText());
             return image;
         }
         // Blue first in rows; red first in the raster.

@@ -125,6 +125,7 @@ struct LibtiffLayout {
     uint16_t planar = 0;
     uint16_t photometric = 0;
     uint16_t predictor = 0;
+    uint16_t extraSample = 0; // the kind of a single extra sample; 0 without one
     bool tiled = false;
     uint32_t chunkWidth = 0;
     uint32_t chunkHeight = 0; // tile length or rows per strip

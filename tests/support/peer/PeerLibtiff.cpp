@@ -87,6 +87,9 @@ void Describe(TIFF *t, LibtiffLayout &layout) {
     TIFFGetField(t, TIFFTAG_PHOTOMETRIC, &layout.photometric);
     layout.predictor = 1;
     TIFFGetField(t, TIFFTAG_PREDICTOR, &layout.predictor);
+    uint16_t extras = 0, *extra = nullptr;
+    if (TIFFGetField(t, TIFFTAG_EXTRASAMPLES, &extras, &extra) && extras == 1)
+        layout.extraSample = extra[0];
     layout.tiled = TIFFIsTiled(t);
     if (layout.tiled) {
         TIFFGetField(t, TIFFTAG_TILEWIDTH, &layout.chunkWidth);
