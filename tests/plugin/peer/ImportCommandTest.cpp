@@ -9,7 +9,6 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 
 using namespace peer;
 

@@ -7,8 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 using namespace peer;
