@@ -2,10 +2,10 @@
 #include "ImageWriter.h"
 
 #ifdef IOSID_HOST_HAVE_TIFF
-#include "PeerTools.h"
 #include "gcs/GCSDef.h"
 #include "gcs/KnownLists.h"
 #include "gcs/UCSDef.h"
+#include "support/peer/Peer.h"
 
 #include <tiffio.h>
 #endif
@@ -199,33 +199,12 @@ int ExpectedSample(RowFormat format, const std::vector<uint8_t> &row, uint32_t x
     return -1;
 }
 
-// Band-sequential bytes as GDAL reads the file.
-std::vector<uint8_t> GdalSamples(const fs::path &path) {
-    const fs::path raw = fs::path(path).replace_extension(".bin");
-    bool ok = false;
-    georefpeer::RunCommand("gdal_translate -q -ot Byte -of ENVI -co INTERLEAVE=BSQ " +
-                               georefpeer::ShellQuote(path.string()) + " " +
-                               georefpeer::ShellQuote(raw.string()),
-                           &ok);
-    EXPECT_TRUE(ok) << path;
-    return ReadBytes(raw);
-}
-
 // Bits, samples, photometric, compression, extra sample kind (0: none) and tiling, by libtiff.
 std::array<int, 6> ReadTags(const fs::path &path) {
-    std::array<int, 6> tags{};
-    TIFF *tiff = TIFFOpen(path.string().c_str(), "r");
-    uint16_t value = 0, count = 0, *extra = nullptr;
-    int k = 0;
-    for (ttag_t tag :
-         {TIFFTAG_BITSPERSAMPLE, TIFFTAG_SAMPLESPERPIXEL, TIFFTAG_PHOTOMETRIC, TIFFTAG_COMPRESSION})
-        tags[k++] = tiff && TIFFGetField(tiff, tag, &value) ? value : -1;
-    if (tiff && TIFFGetField(tiff, TIFFTAG_EXTRASAMPLES, &count, &extra) && count == 1)
-        tags[4] = extra[0];
-    tags[5] = tiff && TIFFIsTiled(tiff);
-    if (tiff)
-        TIFFClose(tiff);
-    return tags;
+    peer::LibtiffLayout l;
+    if (!peer::LibtiffDescribe(path.string(), 0, l))
+        return {-1, -1, -1, -1, 0, 0};
+    return {l.bps, l.spp, l.photometric, l.compression, l.extraSample, l.tiled};
 }
 
 // Every row format, compressed every way, read back by libtiff (layout) and GDAL (pixels).
@@ -269,13 +248,13 @@ TEST(TiffAndPngWriters, PeersReadTheRowsWritten) {
                                                           c.compressionTag, extra, 1}));
         }
         const int bands = c.format == RowFormat::Bgr24 ? 3 : c.format >= RowFormat::Bgra32 ? 4 : 1;
-        const std::vector<uint8_t> samples = GdalSamples(path);
-        ASSERT_EQ(samples.size(), size_t{width} * height * bands);
+        const peer::Raster samples = peer::GdalRead(path.string(), "-ot Byte");
+        ASSERT_EQ(samples.bytes.size(), size_t{width} * height * bands) << samples.error;
         int mismatches = 0;
-        for (size_t band = 0; band < size_t(bands); ++band)
+        for (uint32_t band = 0; band < uint32_t(bands); ++band)
             for (uint32_t y = 0; y < height; ++y)
                 for (uint32_t x = 0; x < width; ++x)
-                    mismatches += samples[(size_t{band} * height + y) * width + x] !=
+                    mismatches += samples.bytes[samples.SampleBit(x, y, band) / 8] !=
                                   ExpectedSample(c.format, rows[y], x, int(band));
         EXPECT_EQ(mismatches, 0);
     }
@@ -386,9 +365,9 @@ TEST(TiffWriter, GdalReadsTheGeoreferencing) {
             writer->WriteRow(y, row.data());
         writer->Commit();
 
-        georefpeer::GdalInfo info;
+        peer::GdalInfo info;
         std::string error;
-        ASSERT_TRUE(georefpeer::ReadGdalInfo(path.string(), info, error)) << error;
+        ASSERT_TRUE(peer::ReadGdalInfo(path.string(), info, error)) << error;
         const bool expectTransform = c.geoTransform != std::array<double, 6>{};
         ASSERT_EQ(info.hasGeoTransform, expectTransform);
         for (int k = 0; k < 6 && expectTransform; ++k)
@@ -397,8 +376,8 @@ TEST(TiffWriter, GdalReadsTheGeoreferencing) {
         ASSERT_EQ(info.wkt.empty(), c.epsg == -1) << info.wkt;
         if (c.epsg == -1)
             continue;
-        georefpeer::WktNode root;
-        ASSERT_TRUE(georefpeer::ParseWkt(info.wkt, root)) << info.wkt;
+        peer::WktNode root;
+        ASSERT_TRUE(peer::ParseWkt(info.wkt, root)) << info.wkt;
         EXPECT_EQ(root.EpsgCode(), c.epsg) << info.wkt;
         const auto parameters = root.Parameters();
         for (const auto &[name, value] : c.parameters) {

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <algorithm>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -38,15 +38,10 @@ const SweepCase kCases[] = {
 
 // Current codes that fit a GeoKey (16 bits).
 std::vector<int> CurrentCodes(PJ_TYPE type) {
-    std::vector<int> codes;
-    PROJ_STRING_LIST list =
-        proj_get_codes_from_database(peer::proj::Context(), "EPSG", type, /*allow_deprecated=*/0);
-    for (PROJ_STRING_LIST entry = list; entry && *entry; ++entry) {
-        const int code = std::atoi(*entry);
-        if (code > 0 && code <= 0xFFFF)
-            codes.push_back(code);
-    }
-    proj_string_list_destroy(list);
+    std::vector<int> codes = peer::proj::Codes(type, /*deprecated=*/false);
+    codes.erase(
+        std::remove_if(codes.begin(), codes.end(), [](int c) { return c <= 0 || c > 0xFFFF; }),
+        codes.end());
     return codes;
 }
 

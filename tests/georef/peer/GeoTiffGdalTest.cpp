@@ -1,18 +1,17 @@
 // Extracted projection, datum, ellipsoid and warp of every peer fixture against gdalinfo,
 // within 1e-9 relative, except for the differences our extraction rules require (listed per
 // fixture below with the rule behind each).
-#include "PeerFixtures.h"
-#include "PeerTools.h"
 #include "Subsystems/TiffImage/TiffImageRead.h"
 #include "georef/GeoTiffExtract.h"
 #include "shr/Strings.h"
+#include "support/peer/Peer.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <map>
 
-using namespace georefpeer;
+using namespace peer;
 using gcs::ProjectionMethod;
 using gcs::ProjectionParameterID;
 
@@ -63,7 +62,7 @@ const std::map<std::string, unsigned> kDifferences = {
 };
 
 unsigned DifferencesOf(const std::string &path) {
-    auto it = kDifferences.find(Name(path));
+    auto it = kDifferences.find(FileName(path));
     return it == kDifferences.end() ? 0 : it->second;
 }
 
@@ -247,8 +246,8 @@ void CompareSystem(const gcs::GCSDef &system, const std::string &wkt, unsigned d
 }
 
 TEST(GeoTiffPeer, ExtractionAgreesWithGdalinfo) {
-    for (const std::string &path : Fixtures()) {
-        SCOPED_TRACE(Name(path));
+    for (const std::string &path : GeoTiffFixtures()) {
+        SCOPED_TRACE(FileName(path));
         GdalInfo gdal;
         std::string error;
         ASSERT_TRUE(ReadGdalInfo(path, gdal, error)) << error;

@@ -1,7 +1,7 @@
 // The plug-in end to end: loaded from its file by the iosid host, imports written as GeoTIFF,
 // PNG and raw rows and checked with GDAL (pixels, EPSG code, geotransform), the settings file
 // under corruption and concurrent imports, and the exit statuses and messages of failures.
-#include "../../sid/peer/PeerTools.h"
+#include "support/peer/Peer.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -9,67 +9,58 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 
-using namespace sidpeer;
+using namespace peer;
 
 namespace {
 
 std::string Iosid(const std::string &args) { return std::string(IOSID_PROGRAM) + " " + args; }
-
-std::string Slurp(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 bool Exists(const std::string &path) { return std::ifstream(path).good(); }
 
 // Exit status, with stderr captured into `errors` and stdout into `output` (a path).
 int RunIosid(const std::string &args, std::string &errors,
              const std::string &output = "/dev/null") {
-    const std::string log = BuildPath("import_stderr.txt");
-    const int status = std::system((Iosid(args) + " >" + output + " 2>" + log).c_str());
-    errors = Slurp(log);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    const CommandResult run = Run(Iosid(args) + " >" + output);
+    errors = run.err;
+    return run.status;
 }
 
 struct Source {
     std::string path;
     uint32_t width, height;
-    int bands;
 };
 
 const Source &Rgb() {
     static const Source s = [] {
-        const std::string raw = MakeSource("imp_rgb", 700, 500, 3, "Byte");
+        const std::string raw = MakeEnviSource("imp_rgb", 700, 500, 3, "Byte");
         return Source{MakeGeoTiff("imp_rgb", raw, "-co TILED=YES -co COMPRESS=DEFLATE", "2 4 8"),
-                      700, 500, 3};
+                      700, 500};
     }();
     return s;
 }
 
 const Source &Rgba() {
     static const Source s = [] {
-        const std::string raw = MakeSource("imp_rgba", 300, 260, 4, "Byte");
-        return Source{MakeGeoTiff("imp_rgba", raw, "-co ALPHA=YES -co TILED=YES", "2"), 300, 260,
-                      4};
+        const std::string raw = MakeEnviSource("imp_rgba", 300, 260, 4, "Byte");
+        return Source{MakeGeoTiff("imp_rgba", raw, "-co ALPHA=YES -co TILED=YES", "2"), 300, 260};
     }();
     return s;
 }
 
 // What an output in `bits` holds for GDAL's RGB(A) pixels: grey is the mean of the colours;
 // 16 levels and black-and-white are cut from it.
-Image Expected(const Image &rgb, int bits) {
+Raster Expected(const Raster &rgb, int bits) {
     if (bits >= 24)
         return rgb;
-    Image out = rgb;
-    out.channels = 1;
-    out.data.clear();
-    for (size_t i = 0; i < rgb.data.size(); i += rgb.channels) {
-        const int sum = rgb.data[i] + rgb.data[i + 1] + rgb.data[i + 2];
-        out.data.push_back(bits == 8   ? uint8_t(sum / 3)
-                           : bits == 4 ? uint8_t(sum / 3.0 * 15.0 / 255.0)
-                                       : uint8_t(sum >= 384));
+    Raster out = rgb;
+    out.spp = 1;
+    out.bytes.clear();
+    for (size_t i = 0; i < rgb.bytes.size(); i += rgb.spp) {
+        const int sum = rgb.bytes[i] + rgb.bytes[i + 1] + rgb.bytes[i + 2];
+        out.bytes.push_back(bits == 8   ? uint8_t(sum / 3)
+                            : bits == 4 ? uint8_t(sum / 3.0 * 15.0 / 255.0)
+                                        : uint8_t(sum >= 384));
     }
     return out;
 }
@@ -110,8 +101,8 @@ TEST_P(ImportCommand, OutputMatchesGdalPixelsAndGeoreferencing) {
     const ImportCase &c = GetParam();
     const Source &source = c.source();
     ASSERT_FALSE(source.path.empty());
-    const std::string out = BuildPath(std::string("imp_") + std::to_string(&c - kCases) + c.ext);
-    const std::string settings = BuildPath("imp_settings.json");
+    const std::string out = ScratchPath(std::string("imp_") + std::to_string(&c - kCases) + c.ext);
+    const std::string settings = ScratchPath("imp_settings.json");
     std::remove(out.c_str());
     std::string errors;
     ASSERT_EQ(RunIosid("import " + source.path + " -o " + out + " --defaults --quiet --settings " +
@@ -121,25 +112,22 @@ TEST_P(ImportCommand, OutputMatchesGdalPixelsAndGeoreferencing) {
         << c.name << ": " << errors;
     const uint32_t *r = c.region;
     const uint32_t w = (r[2] - r[0] + 1) / c.scale, h = (r[3] - r[1] + 1) / c.scale;
-    const uint32_t channels = c.bits == 32 ? 4 : c.bits == 24 ? 3 : 1;
-    const Image peer =
-        ReadGdal(source.path,
-                 "-srcwin " + std::to_string(r[0]) + " " + std::to_string(r[1]) + " " +
-                     std::to_string(r[2] - r[0] + 1) + " " + std::to_string(r[3] - r[1] + 1) +
-                     " -outsize " + std::to_string(w) + " " + std::to_string(h),
-                 uint32_t(source.bands));
-    const Image ours = ReadGdal(out, "", channels);
+    const Raster peer = GdalRead(
+        source.path, "-srcwin " + std::to_string(r[0]) + " " + std::to_string(r[1]) + " " +
+                         std::to_string(r[2] - r[0] + 1) + " " + std::to_string(r[3] - r[1] + 1) +
+                         " -outsize " + std::to_string(w) + " " + std::to_string(h));
+    const Raster ours = GdalRead(out, "");
     EXPECT_EQ(MaxDifference(ours, Expected(peer, c.bits)), 0)
         << c.name << " size " << ours.width << "x" << ours.height;
     if (std::string(c.ext) != ".tif")
         return;
-    const auto info = nlohmann::json::parse(Capture("gdalinfo -json " + out));
+    const auto info = nlohmann::json::parse(RunCommand("gdalinfo -json " + out));
     EXPECT_NE(info["coordinateSystem"]["wkt"].get<std::string>().find("ID[\"EPSG\",32611]"),
               std::string::npos)
         << c.name;
     // The four-corner warp ties the centres of the region's corner pixels to output pixels 0
     // and floor((right - left) / scale).
-    const auto src = nlohmann::json::parse(Capture("gdalinfo -json " + source.path));
+    const auto src = nlohmann::json::parse(RunCommand("gdalinfo -json " + source.path));
     const auto &g = src["geoTransform"];
     const double dx = g[1], dy = g[5];
     const double x0 = double(g[0]) + (r[0] + 0.5) * dx, y0 = double(g[3]) + (r[1] + 0.5) * dy;
@@ -154,28 +142,28 @@ INSTANTIATE_TEST_SUITE_P(Cases, ImportCommand, ::testing::ValuesIn(kCases),
                          [](const auto &info) { return "case" + std::to_string(info.index); });
 
 TEST(ImportCommandReports, ScaleAndFormatUsedWhenTheyDifferFromTheAsked) {
-    const std::string out = BuildPath("imp_report.raw");
+    const std::string out = ScratchPath("imp_report.raw");
     std::string errors;
     ASSERT_EQ(RunIosid("import " + Rgb().path + " -o " + out + " --defaults --json --settings " +
-                           BuildPath("imp_report.json") + " --scale 3 --format 32",
-                       errors, BuildPath("imp_report.out")),
+                           ScratchPath("imp_report.json") + " --scale 3 --format 32",
+                       errors, ScratchPath("imp_report.out")),
               0);
     EXPECT_NE(errors.find("scale 3 is not offered by this file; used 1"), std::string::npos)
         << errors;
     EXPECT_NE(errors.find("format 32 was asked; the image came as 24 bits"), std::string::npos);
-    const auto summary = nlohmann::json::parse(Slurp(BuildPath("imp_report.out")));
+    const auto summary = nlohmann::json::parse(ReadFile(ScratchPath("imp_report.out")));
     EXPECT_EQ(summary["scale"], 1);
     EXPECT_EQ(summary["scaleAsked"], 3);
     EXPECT_EQ(summary["width"], 700);
     EXPECT_EQ(summary["coordinateSystem"]["epsg"], 32611);
-    EXPECT_EQ(Slurp(out).size(), size_t{700} * 500 * 3); // raw rows as the host received them
+    EXPECT_EQ(ReadFile(out).size(), size_t{700} * 500 * 3); // raw rows as the host received them
 }
 
 TEST(ImportCommandFailures, StatusMessageAndNoOutput) {
-    const std::string text = BuildPath("imp_not_an_image.txt");
+    const std::string text = ScratchPath("imp_not_an_image.txt");
     std::ofstream(text) << "plain text";
-    const std::string out = BuildPath("imp_failed.tif");
-    std::string notPlugin = Capture("ls /lib/*/libz.so.1 /usr/lib/*/libz.so.1 | head -n1");
+    const std::string out = ScratchPath("imp_failed.tif");
+    std::string notPlugin = RunCommand("ls /lib/*/libz.so.1 /usr/lib/*/libz.so.1 | head -n1");
     notPlugin.erase(notPlugin.find_last_not_of('\n') + 1); // a library without ImportSID
     struct Case {
         std::string args;
@@ -189,8 +177,8 @@ TEST(ImportCommandFailures, StatusMessageAndNoOutput) {
              "--- Additional error details ---\nFailed opening MrSID file:  " +
              text},
         {"import " + Rgb().path + " -o " + out + " --interactive", 2, "Windows build only"},
-        {"import " + Rgb().path + " -o " + BuildPath("no_such_dir/x.tif"), 2, "no_such_dir"},
-        {"import " + Rgb().path + " -o " + BuildPath("x.bmp"), 2, ".bmp"},
+        {"import " + Rgb().path + " -o " + ScratchPath("no_such_dir/x.tif"), 2, "no_such_dir"},
+        {"import " + Rgb().path + " -o " + ScratchPath("x.bmp"), 2, ".bmp"},
         {"import " + Rgb().path + " -o " + out + " --sclae 2", 64, "--sclae"},
         {"import " + Rgb().path + " -o " + out + " --region 1,2,3", 64, "--region"},
         {"import " + Rgb().path + " -o " + out + " --format 16", 64, "--format"},
@@ -198,7 +186,7 @@ TEST(ImportCommandFailures, StatusMessageAndNoOutput) {
         {"imprt " + Rgb().path, 64, "unknown command 'imprt'"},
         {"import --help", 0, ""},
         {"tiff-decode --help", 0, ""},
-        {"info " + Rgb().path + " --plugin " + BuildPath("missing.so"), 2,
+        {"info " + Rgb().path + " --plugin " + ScratchPath("missing.so"), 2,
          "cannot load the plug-in"},
         {"info " + text, 2, "cannot read this file"},
         {"info " + text + " --plugin " + notPlugin, 2, "does not export ImportSID"},
@@ -206,7 +194,8 @@ TEST(ImportCommandFailures, StatusMessageAndNoOutput) {
     for (const Case &c : cases) {
         std::remove(out.c_str());
         std::string errors;
-        EXPECT_EQ(RunIosid(c.args + " --settings " + BuildPath("imp_fail.json"), errors), c.status)
+        EXPECT_EQ(RunIosid(c.args + " --settings " + ScratchPath("imp_fail.json"), errors),
+                  c.status)
             << c.args << "\n"
             << errors;
         EXPECT_NE(errors.find(c.message), std::string::npos) << c.args << "\n" << errors;
@@ -216,7 +205,7 @@ TEST(ImportCommandFailures, StatusMessageAndNoOutput) {
 
 TEST(InfoCommand, TableFromThePluginLoadedByPath) {
     const auto info = nlohmann::json::parse(
-        Capture(Iosid("info --json " + Rgb().path + " --plugin " + std::string(IOSID_PLUGIN))));
+        RunCommand(Iosid("info --json " + Rgb().path + " --plugin " + std::string(IOSID_PLUGIN))));
     EXPECT_EQ(info["info"]["Image Width"], 700);
     EXPECT_EQ(info["info"]["Image Height"], 500);
     EXPECT_EQ(info["info"]["File Format"], "LizardTech MrSID Image");
@@ -224,34 +213,34 @@ TEST(InfoCommand, TableFromThePluginLoadedByPath) {
 }
 
 TEST(Settings, ConcurrentImportsLeaveAWholeFile) {
-    const std::string settings = BuildPath("imp_concurrent.json");
+    const std::string settings = ScratchPath("imp_concurrent.json");
     std::remove(settings.c_str());
     std::string command;
     for (int i = 0; i < 6; ++i)
-        command += Iosid("import " + Rgb().path + " -o " + BuildPath("imp_c" + std::to_string(i)) +
-                         ".raw --quiet --scale " + std::to_string(1 << (i % 3 + 1)) +
-                         " --settings " + settings) +
+        command += Iosid("import " + Rgb().path + " -o " +
+                         ScratchPath("imp_c" + std::to_string(i)) + ".raw --quiet --scale " +
+                         std::to_string(1 << (i % 3 + 1)) + " --settings " + settings) +
                    " & ";
     ASSERT_EQ(RunQuiet(command + " wait"), 0);
-    const auto stored = nlohmann::json::parse(Slurp(settings));
+    const auto stored = nlohmann::json::parse(ReadFile(settings));
     const unsigned scale = stored["Scale"];
     EXPECT_TRUE(scale == 2 || scale == 4 || scale == 8) << scale;
     EXPECT_EQ(stored["Format"], 24);
     EXPECT_FALSE(stored.contains("ULX")); // the region is kept for the run only
     // Later runs start from the stored scale.
-    const std::string out = BuildPath("imp_stored.raw");
+    const std::string out = ScratchPath("imp_stored.raw");
     std::string errors;
     ASSERT_EQ(
         RunIosid("import " + Rgb().path + " -o " + out + " --quiet --settings " + settings, errors),
         0);
-    EXPECT_EQ(Slurp(out).size(), size_t{700 / scale} * (500 / scale) * 3);
+    EXPECT_EQ(ReadFile(out).size(), size_t{700 / scale} * (500 / scale) * 3);
 }
 
 TEST(ImportCommandCancel, CtrlCStopsTheImportAndLeavesNothing) {
-    const std::string raw = MakeSource("imp_big", 4000, 3000, 3, "Byte");
+    const std::string raw = MakeEnviSource("imp_big", 4000, 3000, 3, "Byte");
     const std::string big = MakeGeoTiff("imp_big", raw, "-co TILED=YES -co COMPRESS=DEFLATE", "");
     ASSERT_FALSE(big.empty());
-    const std::string dir = BuildPath("imp_cancel");
+    const std::string dir = ScratchPath("imp_cancel");
     RunQuiet("rm -rf " + dir + " && mkdir -p " + dir);
     // Interrupt once the output's temporary file exists: the import is then decoding.
     const std::string script =
@@ -260,14 +249,14 @@ TEST(ImportCommandCancel, CtrlCStopsTheImportAndLeavesNothing) {
         " & pid=$!; for i in $(seq 1 1000); do ls " + dir +
         "/.out.raw.tmp-* >/dev/null 2>&1 && break; sleep 0.005; done; kill -INT $pid; "
         "wait $pid; echo $?";
-    EXPECT_EQ(Capture("bash -c '" + script + "'"), "130\n");
-    EXPECT_NE(Slurp(dir + "/err.txt").find("cancelled"), std::string::npos);
-    EXPECT_EQ(Capture("ls -A " + dir + " | grep out"), ""); // neither output nor temporary
+    EXPECT_EQ(RunCommand("bash -c '" + script + "'"), "130\n");
+    EXPECT_NE(ReadFile(dir + "/err.txt").find("cancelled"), std::string::npos);
+    EXPECT_EQ(RunCommand("ls -A " + dir + " | grep out"), ""); // neither output nor temporary
 }
 
 TEST(PluginLibrary, ExportsOnlyImportSID) {
     const std::string symbols =
-        Capture("nm -D --defined-only " + std::string(IOSID_PLUGIN) + " | awk '{print $3}'");
+        RunCommand("nm -D --defined-only " + std::string(IOSID_PLUGIN) + " | awk '{print $3}'");
     EXPECT_EQ(symbols, "ImportSID\n");
 }
 

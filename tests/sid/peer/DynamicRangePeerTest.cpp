@@ -1,7 +1,7 @@
 // Images wider than 8 bits through `iosid read` against gdal_translate stretching each band's
 // range onto bytes: the range is the statistics the file carries, or else the extent GDAL
 // finds in the coarsest level (nodata and NaN left out).
-#include "PeerTools.h"
+#include "OurReader.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-using namespace sidpeer;
+using namespace peer;
 
 namespace {
 
@@ -58,7 +58,7 @@ class DynamicRangePeer : public ::testing::TestWithParam<RangeCase> {};
 
 TEST_P(DynamicRangePeer, ReadMatchesGdalScalingEachBandsRange) {
     const RangeCase &c = GetParam();
-    const std::string source = MakeSource(c.name, c.width, c.height, c.bands, c.type, c.hole);
+    const std::string source = MakeEnviSource(c.name, c.width, c.height, c.bands, c.type, c.hole);
     std::string tiff = MakeGeoTiff(c.name, source, c.options, c.overviews);
     ASSERT_FALSE(tiff.empty()) << "gdal could not make " << c.name;
     if (c.statistics)
@@ -69,25 +69,25 @@ TEST_P(DynamicRangePeer, ReadMatchesGdalScalingEachBandsRange) {
     ASSERT_EQ(ranges.size(), size_t(c.bands));
     for (const BandRange &r : ranges)
         EXPECT_LT(r.lo, r.hi) << c.name;
-    const std::string png = BuildPath(std::string(c.name) + "_range.png");
+    const std::string png = ScratchPath(std::string(c.name) + "_range.png");
     ASSERT_EQ(RunQuiet(std::string(IOSID_PROGRAM) + " read " + tiff + " -o " + png +
                        (c.bands == 1 ? " --format 8" : " --format 24")),
               0);
-    const Image ours = ReadGdal(png, "", c.bands);
-    const Image peer = ReadGdal(tiff, StretchArgs(ranges), c.bands);
+    const Raster ours = GdalRead(png, "");
+    const Raster peer = GdalRead(tiff, StretchArgs(ranges));
     ASSERT_TRUE(ours.error.empty() && peer.error.empty()) << c.name;
-    ASSERT_EQ(ours.data.size(), peer.data.size()) << c.name;
+    ASSERT_EQ(ours.bytes.size(), peer.bytes.size()) << c.name;
     // GDAL leaves nodata pixels unscaled; they are compared nowhere.
-    const Image mask = ReadGdal(tiff, "-b mask", 1);
+    const Raster mask = GdalRead(tiff, "-b mask");
     int worst = 0, compared = 0;
-    for (size_t i = 0; i < ours.data.size(); ++i) {
-        if (mask.data.size() * c.bands == ours.data.size() && mask.data[i / c.bands] == 0)
+    for (size_t i = 0; i < ours.bytes.size(); ++i) {
+        if (mask.bytes.size() * c.bands == ours.bytes.size() && mask.bytes[i / c.bands] == 0)
             continue;
-        worst = std::max(worst, std::abs(int{ours.data[i]} - int{peer.data[i]}));
+        worst = std::max(worst, std::abs(int{ours.bytes[i]} - int{peer.bytes[i]}));
         ++compared;
     }
     EXPECT_LE(worst, 1) << c.name;
-    EXPECT_GT(compared, int(ours.data.size() * 3 / 4)) << c.name;
+    EXPECT_GT(compared, int(ours.bytes.size() * 3 / 4)) << c.name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Types, DynamicRangePeer, ::testing::ValuesIn(kCases),

@@ -2,7 +2,7 @@
 // centres of the region's corner pixels under GDAL's geotransform, for pixel-is-area,
 // pixel-is-point and rotated files. (Every fixture's warp is checked against the GeoTIFF module
 // through `iosid read`, and the warp of a scaled region in the unit tests.)
-#include "PeerTools.h"
+#include "OurReader.h"
 #include "SidInterface.h"
 
 #include "gcs/GCSDef.h"
@@ -13,19 +13,9 @@
 #include <cstdio>
 #include <string>
 
-using namespace sidpeer;
+using namespace peer;
 
 namespace {
-
-bool GeoTransform(const std::string &path, double (&gt)[6]) {
-    const std::string json = Capture("gdalinfo -json " + path);
-    const size_t at = json.find("\"geoTransform\"");
-    if (at == std::string::npos)
-        return false;
-    const size_t open = json.find('[', at);
-    return std::sscanf(json.c_str() + open, "[ %lf , %lf , %lf , %lf , %lf , %lf", &gt[0], &gt[1],
-                       &gt[2], &gt[3], &gt[4], &gt[5]) == 6;
-}
 
 shr::Vec2d Centre(const double (&gt)[6], double x, double y) {
     return {gt[0] + (x + 0.5) * gt[1] + (y + 0.5) * gt[2],
@@ -41,9 +31,11 @@ void ExpectNear(const shr::Vec2d &a, const shr::Vec2d &b, const std::string &wha
 // Checks the warp of a region of `path` against its GDAL geotransform; false when the file
 // has no geotransform.
 bool CheckWarp(const std::string &path) {
-    double gt[6];
-    if (!GeoTransform(path, gt))
+    GdalInfo info;
+    std::string error;
+    if (!ReadGdalInfo(path, info, error) || !info.hasGeoTransform)
         return false;
+    const double(&gt)[6] = info.geoTransform;
     SidInterface reader;
     EXPECT_TRUE(reader.Open(std::wstring(path.begin(), path.end()))) << path;
     const uint32_t w = reader.GetWidth(), h = reader.GetHeight();
@@ -68,11 +60,11 @@ bool CheckWarp(const std::string &path) {
 }
 
 TEST(GdalGeoreference, WarpMatchesGdalForAreaPointAndMatrixFiles) {
-    const std::string source = MakeSource("geo_kinds", 300, 200, 1, "Byte");
+    const std::string source = MakeEnviSource("geo_kinds", 300, 200, 1, "Byte");
     // Pixel-is-area tie point and scale; pixel-is-point; a rotated transformation matrix.
     const std::string area = MakeGeoTiff("geo_area", source, "", "");
     const std::string point = MakeGeoTiff("geo_point", source, "-mo AREA_OR_POINT=Point", "");
-    const std::string vrt = BuildPath("geo_rotated.vrt");
+    const std::string vrt = ScratchPath("geo_rotated.vrt");
     std::FILE *f = std::fopen(vrt.c_str(), "w");
     ASSERT_NE(f, nullptr);
     std::fprintf(f,
@@ -83,14 +75,14 @@ TEST(GdalGeoreference, WarpMatchesGdalForAreaPointAndMatrixFiles) {
                  "<SourceBand>1</SourceBand></SimpleSource></VRTRasterBand></VRTDataset>\n",
                  source.c_str());
     std::fclose(f);
-    const std::string rotated = BuildPath("geo_rotated.tif");
+    const std::string rotated = ScratchPath("geo_rotated.tif");
     ASSERT_EQ(RunQuiet("gdal_translate -q " + vrt + " " + rotated), 0);
     for (const std::string &path : {area, point, rotated}) {
         ASSERT_FALSE(path.empty());
         EXPECT_TRUE(CheckWarp(path)) << path;
     }
-    EXPECT_NE(Capture("listgeo " + point).find("PixelIsPoint"), std::string::npos);
-    EXPECT_NE(Capture("tiffinfo " + rotated + " 2>/dev/null").find("34264"), std::string::npos);
+    EXPECT_NE(RunCommand("listgeo " + point).find("PixelIsPoint"), std::string::npos);
+    EXPECT_NE(RunCommand("tiffinfo " + rotated + " 2>/dev/null").find("34264"), std::string::npos);
 }
 
 } // namespace

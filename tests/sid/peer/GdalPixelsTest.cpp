@@ -3,13 +3,13 @@
 // tiled and stripped, chunky and planar, compressed (JPEG and COGs included, with transparency
 // masks), big-endian and BigTIFF files. Reductions no overview provides are checked against the
 // exact block means in GeoTiffAverageTest; `iosid read` rows against the reader in ReadCommandTest.
-#include "PeerTools.h"
+#include "OurReader.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-using namespace sidpeer;
+using namespace peer;
 
 namespace {
 
@@ -50,8 +50,7 @@ const PyramidCase kPyramids[] = {
      "-co BIGTIFF=YES -co ENDIANNESS=BIG -co TILED=YES -co COMPRESS=LZW -co PREDICTOR=2", "2", 2, 4,
      "", 0},
     {"grey16_bigendian", 512, 256, 1, "UInt16",
-     "-co ENDIANNESS=BIG -co TILED=YES -co COMPRESS=LZW -co PREDICTOR=2", "", 1, 3,
-     kStretch, 1},
+     "-co ENDIANNESS=BIG -co TILED=YES -co COMPRESS=LZW -co PREDICTOR=2", "", 1, 3, kStretch, 1},
     {"rgba_alpha", 512, 512, 4, "Byte", "-co ALPHA=YES -co TILED=YES", "2", 2, 5, "", 0},
     // JPEG: GDAL decodes with the same libjpeg-turbo, so byte for byte; masks as alpha.
     {"jpeg_ycbcr", 900, 700, 3, "Byte", JPEG_YCBCR "-co TILED=YES", "2 4", 4, 4, "", 0},
@@ -82,21 +81,19 @@ class GdalPyramid : public ::testing::TestWithParam<PyramidCase> {};
 
 TEST_P(GdalPyramid, EveryScaleAndAlignedRegionsMatchGdal) {
     const PyramidCase &c = GetParam();
-    const std::string source = MakeSource(c.name, c.width, c.height, c.bands, c.type);
+    const std::string source = MakeEnviSource(c.name, c.width, c.height, c.bands, c.type);
     const std::string tiff = MakeGeoTiff(c.name, source, c.options, c.overviews);
     ASSERT_FALSE(tiff.empty()) << "gdal could not make " << c.name;
-    const uint32_t channels = c.format == 3 ? 1 : c.format == 4 ? 3 : 4;
     EXPECT_TRUE(ReadOurs(tiff, c.maxScale * 2, nullptr, c.format).error.empty());
     for (uint32_t scale = 1; scale <= c.maxScale; scale *= 2) {
         const uint32_t whole[4] = {0, 0, c.width - 1, c.height - 1};
         // Aligned to the scale, crossing tile and strip boundaries.
         const uint32_t inner[4] = {64, 128, 64 + 256 - 1, 128 + 128 - 1};
         for (const uint32_t *region : {whole, inner}) {
-            const Image ours = ReadOurs(tiff, scale, region, c.format);
+            const Raster ours = ReadOurs(tiff, scale, region, c.format);
             ASSERT_TRUE(ours.error.empty()) << ours.error;
-            const Image peer =
-                ReadGdal(tiff, SourceWindow(region, scale) + " " + GdalArgs(tiff, c.gdalArgs),
-                         channels);
+            const Raster peer =
+                GdalRead(tiff, SourceWindow(region, scale) + " " + GdalArgs(tiff, c.gdalArgs));
             ASSERT_TRUE(peer.error.empty());
             EXPECT_EQ(MaxDifference(ours, peer) <= c.tolerance, true)
                 << c.name << " scale " << scale << " region " << region[0] << "," << region[1]
@@ -109,14 +106,13 @@ TEST_P(GdalPyramid, UnalignedRegionsStartAtTheReducedPixelBelow) {
     const PyramidCase &c = GetParam();
     if (c.maxScale < 2 || c.tolerance != 0)
         GTEST_SKIP() << "needs an overview read byte for byte";
-    const std::string tiff = BuildPath(std::string(c.name) + ".tif");
+    const std::string tiff = ScratchPath(std::string(c.name) + ".tif");
     const uint32_t region[4] = {37, 21, 37 + 301, 21 + 150};
-    const uint32_t channels = c.format == 3 ? 1 : c.format == 4 ? 3 : 4;
-    const Image ours = ReadOurs(tiff, 2, region, c.format);
+    const Raster ours = ReadOurs(tiff, 2, region, c.format);
     ASSERT_TRUE(ours.error.empty()) << ours.error;
     // The scene starts at the reduced pixel holding (37, 21): full-resolution (36, 20).
-    const Image peer = ReadGdal(
-        tiff, "-srcwin 36 20 302 150 -outsize 151 75 " + std::string(c.gdalArgs), channels);
+    const Raster peer =
+        GdalRead(tiff, "-srcwin 36 20 302 150 -outsize 151 75 " + std::string(c.gdalArgs));
     EXPECT_EQ(MaxDifference(ours, peer), 0) << c.name;
 }
 
@@ -141,9 +137,9 @@ TEST(GdalFixtures, LibtiffSamplesMatchGdal) {
     };
     for (const auto &c : cases) {
         const std::string path = std::string(IOSID_TESTDATA) + "/" + c.file;
-        const Image ours = ReadOurs(path, 1, nullptr, c.format);
+        const Raster ours = ReadOurs(path, 1, nullptr, c.format);
         ASSERT_TRUE(ours.error.empty()) << c.file << ": " << ours.error;
-        const Image peer = ReadGdal(path, GdalArgs(path, c.gdalArgs), c.format == 3 ? 1 : 3);
+        const Raster peer = GdalRead(path, GdalArgs(path, c.gdalArgs));
         EXPECT_LE(MaxDifference(ours, peer), 1) << c.file;
         EXPECT_GE(MaxDifference(ours, peer), 0) << c.file;
     }

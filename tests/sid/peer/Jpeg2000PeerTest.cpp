@@ -2,21 +2,72 @@
 // gdal_translate at every reduction, whole and by region, sample for sample (the reader's
 // conversions to output rows are unit-tested over the synthetic engine); and their
 // georeferencing (GeoJP2, GMLJP2) against gdalinfo.
-#include "PeerTools.h"
+#include "OurReader.h"
 #include "SidIO.h"
 
 #include "lti/MrSIDImageReader.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
-using namespace sidpeer;
+using namespace peer;
 
 namespace {
+
+// gdal_translate `source` into JPEG 2000 with the JP2OpenJPEG driver and `args` (creation
+// options, georeferencing); `extension` is "jp2" or "j2k". Returns the path, or "" on failure.
+std::string MakeJpeg2000(const std::string &name, const std::string &source,
+                         const std::string &args, const std::string &extension = "jp2") {
+    const std::string path = ScratchPath(name + "." + extension);
+    std::remove(path.c_str());
+    std::remove((path + ".aux.xml").c_str());
+    if (RunQuiet("gdal_translate -q -of JP2OpenJPEG " + args + " " + source + " " + path) != 0)
+        return "";
+    return path;
+}
+
+// Reads through the engine alone (no colour or range conversion): pixel-interleaved samples
+// of the image's own type and bands. `region` (left, top, right, bottom) as for ReadOurs.
+Raster ReadEngine(const std::string &path, uint32_t scale, const uint32_t *region) {
+    using namespace LizardTech;
+    Raster image;
+    SidIO stream(std::wstring(path.begin(), path.end()), true);
+    MrSIDImageReader *reader = MrSIDImageReader::create();
+    if (const LT_STATUS status = reader->initialize(&stream, nullptr, MRSID_MEMORY_USAGE_DEFAULT,
+                                                    MRSID_STREAM_USAGE_CREATE)) {
+        image.error = std::string("initialize: ") + getLastStatusString(status);
+        reader->release();
+        return image;
+    }
+    const uint32_t whole[4] = {0, 0, reader->getWidth() - 1, reader->getHeight() - 1};
+    const uint32_t *r = region ? region : whole;
+    const LTIPixel &pixel = reader->getPixelProps();
+    const uint32_t bytes = pixel.getNumBytesPerSample(), bands = pixel.getNumBands();
+    image.spp = static_cast<uint16_t>(bands);
+    image.bps = static_cast<uint16_t>(bytes * 8);
+    image.Allocate((r[2] - r[0] + 1) / scale, (r[3] - r[1] + 1) / scale);
+    LTISceneBuffer buffer(pixel, image.width, image.height);
+    const LTIScene scene(r[0] / scale, r[1] / scale, image.width, image.height, 1.0 / scale);
+    if (const LT_STATUS status = reader->read(scene, buffer)) {
+        image.error = std::string("read: ") + getLastStatusString(status);
+        reader->release();
+        return image;
+    }
+    for (uint32_t y = 0; y < image.height; ++y)
+        for (uint32_t b = 0; b < bands; ++b) {
+            const uint8_t *row = buffer.getRow(static_cast<lt_uint16>(b), y);
+            for (uint32_t x = 0; x < image.width; ++x)
+                std::copy_n(row + size_t{x} * bytes, bytes,
+                            &image.bytes[image.SampleBit(x, y, b) / 8]);
+        }
+    reader->release();
+    return image;
+}
 
 #define LOSSLESS "-co REVERSIBLE=YES -co QUALITY=100 "
 
@@ -65,8 +116,8 @@ class Jpeg2000Pixels : public ::testing::TestWithParam<PixelCase> {
 protected:
     std::string make(const PixelCase &c) {
         const std::string source = *c.source ? std::string(IOSID_TESTDATA) + "/" + c.source
-                                             : MakeSource(std::string("jp2_") + c.name, c.width,
-                                                          c.height, c.bands, c.type);
+                                             : MakeEnviSource(std::string("jp2_") + c.name, c.width,
+                                                              c.height, c.bands, c.type);
         return MakeJpeg2000(std::string("jp2_") + c.name, source, c.options, c.extension);
     }
 };
@@ -75,7 +126,7 @@ TEST_P(Jpeg2000Pixels, EveryReductionAndRegionMatchesGdal) {
     const PixelCase &c = GetParam();
     const std::string path = make(c);
     ASSERT_FALSE(path.empty()) << "gdal could not write " << c.name;
-    const Image full = ReadEngine(path, 1, nullptr);
+    const Raster full = ReadEngine(path, 1, nullptr);
     ASSERT_TRUE(full.error.empty()) << full.error;
     const uint32_t whole[4] = {0, 0, full.width - 1, full.height - 1};
     // Off every tile and level grid.
@@ -83,12 +134,11 @@ TEST_P(Jpeg2000Pixels, EveryReductionAndRegionMatchesGdal) {
     const uint32_t inner[4] = {left, top, left + full.width / 2, top + full.height / 2};
     for (uint32_t scale = 1; scale <= c.maxScale; scale *= 2)
         for (const uint32_t *region : {whole, inner}) {
-            const Image ours = ReadEngine(path, scale, region);
+            const Raster ours = ReadEngine(path, scale, region);
             ASSERT_TRUE(ours.error.empty()) << ours.error << " at scale " << scale;
             if (scale > c.gdalScale)
                 continue; // GDAL offers no overview this small
-            const Image peer =
-                ReadGdal(path, ScaledWindow(region, scale) + " " + c.gdalArgs, ours.channels);
+            const Raster peer = GdalRead(path, ScaledWindow(region, scale) + " " + c.gdalArgs);
             ASSERT_TRUE(peer.error.empty()) << peer.error;
             EXPECT_EQ(MaxDifference(ours, peer), 0)
                 << c.name << " scale " << scale << " region " << region[0];
@@ -109,7 +159,7 @@ TEST_P(Jpeg2000Pixels, OneReaderChangingLevelsReadsWhatFreshReadersRead) {
         LT_STS_Success);
     for (const uint32_t scale : {c.maxScale, 1u, c.maxScale / 2 + 1, 1u}) {
         const uint32_t s = scale & (scale - 1) ? scale - 1 : scale; // a power of two
-        const Image fresh = ReadEngine(path, s, nullptr);
+        const Raster fresh = ReadEngine(path, s, nullptr);
         ASSERT_TRUE(fresh.error.empty()) << fresh.error;
         LTISceneBuffer buffer(reader->getPixelProps(), fresh.width, fresh.height);
         ASSERT_EQ(reader->read(LTIScene(0, 0, fresh.width, fresh.height, 1.0 / s), buffer),
@@ -119,12 +169,9 @@ TEST_P(Jpeg2000Pixels, OneReaderChangingLevelsReadsWhatFreshReadersRead) {
         for (uint32_t b = 0; b < reader->getNumBands(); ++b)
             for (uint32_t y = 0; y < fresh.height; y += 7)
                 for (uint32_t x = 0; x < fresh.width; x += 5)
-                    ASSERT_EQ(
-                        std::memcmp(
-                            buffer.getRow(b, y) + size_t{x} * bytes,
-                            &fresh.data[(size_t{y} * fresh.width + x) * fresh.channels + b * bytes],
-                            bytes),
-                        0)
+                    ASSERT_EQ(std::memcmp(buffer.getRow(b, y) + size_t{x} * bytes,
+                                          &fresh.bytes[fresh.SampleBit(x, y, b) / 8], bytes),
+                              0)
                         << c.name << " scale " << s << " band " << b << " at " << x << "," << y;
     }
     reader->release();
@@ -153,12 +200,12 @@ const DamageCase kDamageCases[] = {
 };
 
 TEST(Jpeg2000Damage, FailuresCarryTheDecodersReason) {
-    const std::string source = MakeSource("jp2_damage", 300, 200, 3, "Byte");
+    const std::string source = MakeEnviSource("jp2_damage", 300, 200, 3, "Byte");
     for (const DamageCase &c : kDamageCases) {
         const std::string path = MakeJpeg2000(std::string("jp2_") + c.name, source,
                                               LOSSLESS + std::string(c.args), c.extension);
         ASSERT_FALSE(path.empty()) << c.name;
-        std::string bytes = Capture("cat " + path);
+        std::string bytes = ReadFile(path);
         bytes.resize(static_cast<size_t>(bytes.size() * c.keep));
         for (int i = 0; i < c.flips; ++i)
             bytes[400 + (i * 7919u) % (bytes.size() - 400)] ^= 0x5A;
@@ -166,7 +213,7 @@ TEST(Jpeg2000Damage, FailuresCarryTheDecodersReason) {
         ASSERT_NE(f, nullptr);
         std::fwrite(bytes.data(), 1, bytes.size(), f);
         std::fclose(f);
-        const Image ours = ReadOurs(path, 1, nullptr, 4);
+        const Raster ours = ReadOurs(path, 1, nullptr, 4);
         ASSERT_FALSE(ours.error.empty()) << c.name;
         EXPECT_NE(ours.error.find(c.reason), std::string::npos) << c.name << ": " << ours.error;
     }
@@ -210,24 +257,25 @@ EngineGeo ReadGeo(const std::string &path) {
     return out;
 }
 
+// GDAL's geotransform and the EPSG code of its coordinate system.
 bool GdalGeo(const std::string &path, double (&gt)[6], int &epsg) {
-    const std::string json = Capture("gdalinfo -json " + path);
-    const size_t at = json.find("\"geoTransform\"");
-    const size_t code = json.find("\"proj:epsg\":");
-    if (at == std::string::npos || code == std::string::npos)
+    GdalInfo info;
+    WktNode root;
+    std::string error;
+    if (!ReadGdalInfo(path, info, error) || !info.hasGeoTransform || !ParseWkt(info.wkt, root))
         return false;
-    epsg = std::atoi(json.c_str() + code + 12);
-    return std::sscanf(json.c_str() + json.find('[', at), "[ %lf , %lf , %lf , %lf , %lf , %lf",
-                       &gt[0], &gt[1], &gt[2], &gt[3], &gt[4], &gt[5]) == 6;
+    std::copy_n(info.geoTransform, 6, gt);
+    epsg = root.EpsgCode();
+    return true;
 }
 
 TEST(Jpeg2000Georeference, MapAndSystemMatchGdalinfo) {
-    const std::string source = MakeSource("jp2_geo", 300, 200, 1, "Byte");
+    const std::string source = MakeEnviSource("jp2_geo", 300, 200, 1, "Byte");
     for (const GeoCase &c : kGeoCases) {
         const std::string path =
             MakeJpeg2000(std::string("jp2_") + c.name, source, LOSSLESS + std::string(c.args));
         ASSERT_FALSE(path.empty()) << c.name;
-        double gt[6];
+        double gt[6] = {};
         int epsg = 0;
         ASSERT_TRUE(GdalGeo(path, gt, epsg)) << c.name;
         const EngineGeo ours = ReadGeo(path);

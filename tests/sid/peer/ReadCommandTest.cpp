@@ -1,18 +1,15 @@
 // The `iosid read` command end to end: PNG and raw outputs in every format against the reader
 // and GDAL, the JSON summary, agreement with `iosid georef`, and exit statuses for bad
 // requests.
-#include "PeerTools.h"
+#include "OurReader.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
-using namespace sidpeer;
+using namespace peer;
 
 namespace {
 
@@ -20,15 +17,10 @@ std::string Iosid(const std::string &args) { return std::string(IOSID_PROGRAM) +
 
 std::string Pyramid() {
     static const std::string tiff = [] {
-        const std::string source = MakeSource("cli_rgb", 900, 700, 3, "Byte");
+        const std::string source = MakeEnviSource("cli_rgb", 900, 700, 3, "Byte");
         return MakeGeoTiff("cli_rgb", source, "-co TILED=YES -co COMPRESS=DEFLATE", "2 4");
     }();
     return tiff;
-}
-
-std::string Slurp(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 TEST(ReadCommand, PngMatchesTheReaderInEveryFormat) {
@@ -41,13 +33,13 @@ TEST(ReadCommand, PngMatchesTheReaderInEveryFormat) {
         uint32_t bands;
     };
     for (const Case &c : {Case{"24", 4, 3}, Case{"32", 5, 4}, Case{"8", 3, 1}}) {
-        const std::string png = BuildPath(std::string("cli_") + c.bits + ".png");
+        const std::string png = ScratchPath(std::string("cli_") + c.bits + ".png");
         ASSERT_EQ(RunQuiet(Iosid(tiff + " -o " + png +
                                  " --scale 2 --region 100,50,899,649 --format " + c.bits)),
                   0)
             << c.bits;
-        const Image ours = ReadOurs(tiff, 2, region, c.format);
-        const Image peer = ReadGdal(png, "", c.bands);
+        const Raster ours = ReadOurs(tiff, 2, region, c.format);
+        const Raster peer = GdalRead(png, "");
         EXPECT_EQ(MaxDifference(ours, peer), 0) << c.bits;
         EXPECT_EQ(peer.width, 400u);
         EXPECT_EQ(peer.height, 300u);
@@ -56,12 +48,12 @@ TEST(ReadCommand, PngMatchesTheReaderInEveryFormat) {
 
 TEST(ReadCommand, PackedFormatsAndRawRows) {
     const std::string tiff = Pyramid();
-    const std::string raw = BuildPath("cli_4bit.raw");
+    const std::string raw = ScratchPath("cli_4bit.raw");
     ASSERT_EQ(RunQuiet(Iosid(tiff + " -o " + raw + " --scale 4 --format 4")), 0);
-    EXPECT_EQ(Slurp(raw).size(), size_t{(225 + 1) / 2} * 175); // 4-bit rows padded to bytes
-    const std::string png = BuildPath("cli_1bit.png");
+    EXPECT_EQ(ReadFile(raw).size(), size_t{(225 + 1) / 2} * 175); // 4-bit rows padded to bytes
+    const std::string png = ScratchPath("cli_1bit.png");
     ASSERT_EQ(RunQuiet(Iosid(tiff + " -o " + png + " --format 1")), 0);
-    const std::string info = Capture("gdalinfo " + png);
+    const std::string info = RunCommand("gdalinfo " + png);
     EXPECT_NE(info.find("Size is 900, 700"), std::string::npos) << info;
     EXPECT_NE(info.find("NBITS=1"), std::string::npos) << info;
 }
@@ -69,7 +61,7 @@ TEST(ReadCommand, PackedFormatsAndRawRows) {
 TEST(ReadCommand, JsonSummaryCarriesSizeScaleAndWarp) {
     const std::string tiff = Pyramid();
     const std::string out =
-        Capture(Iosid(tiff + " -o " + BuildPath("cli.raw") + " --scale 2 --json"));
+        RunCommand(Iosid(tiff + " -o " + ScratchPath("cli.raw") + " --scale 2 --json"));
     // The warp spans corner pixel to corner pixel: (899 - 0) / 2 = 449 output pixels.
     for (const char *field :
          {"\"width\": 450", "\"height\": 350", "\"bitsPerPixel\": 24", "\"scale\": 2",
@@ -78,7 +70,7 @@ TEST(ReadCommand, JsonSummaryCarriesSizeScaleAndWarp) {
 }
 
 nlohmann::json Json(const std::string &command) {
-    return nlohmann::json::parse(Capture(std::string(IOSID_PROGRAM) + " " + command), nullptr,
+    return nlohmann::json::parse(RunCommand(std::string(IOSID_PROGRAM) + " " + command), nullptr,
                                  false);
 }
 
@@ -86,13 +78,9 @@ nlohmann::json Json(const std::string &command) {
 // image pixel); `iosid georef` gives the raster-to-model coefficients of the same tags.
 TEST(ReadCommand, AgreesWithGeorefOnEveryFixture) {
     int warps = 0, codes = 0;
-    for (const auto &entry :
-         std::filesystem::directory_iterator(std::string(IOSID_TESTDATA) + "/geotiff")) {
-        const std::string file = entry.path().string();
-        if (entry.path().extension() != ".tif")
-            continue;
+    for (const std::string &file : TestTiffs("geotiff")) {
         const nlohmann::json read =
-            Json("read " + file + " -o " + BuildPath("agree.raw") + " --json");
+            Json("read " + file + " -o " + ScratchPath("agree.raw") + " --json");
         const nlohmann::json georef = Json("georef --json " + file);
         const nlohmann::json keys = Json("geokeys --json " + file);
         ASSERT_FALSE(read.is_discarded() || georef.is_discarded() || keys.is_discarded()) << file;
@@ -128,21 +116,13 @@ TEST(ReadCommand, AgreesWithGeorefOnEveryFixture) {
 
 TEST(ReadCommand, ExitStatuses) {
     const std::string tiff = Pyramid();
-    const std::string out = BuildPath("cli_bad.png");
-    EXPECT_EQ(WEXITSTATUS(std::system(
-                  Iosid(BuildPath("missing.tif") + " -o " + out + " 2>/dev/null").c_str())),
-              2);
-    EXPECT_EQ(WEXITSTATUS(std::system(Iosid(tiff + " 2>/dev/null").c_str())), 64);
-    EXPECT_EQ(
-        WEXITSTATUS(std::system(Iosid(tiff + " -o " + out + " --scale 3 2>/dev/null").c_str())),
-        64);
-    EXPECT_EQ(
-        WEXITSTATUS(std::system(Iosid(tiff + " -o " + out + " --format 16 2>/dev/null").c_str())),
-        64);
-    EXPECT_EQ(WEXITSTATUS(
-                  std::system(Iosid(tiff + " -o " + out + " --region 1,2,3 2>/dev/null").c_str())),
-              64);
-    const std::string message = peer::Run(Iosid(BuildPath("missing.tif") + " -o " + out)).err;
+    const std::string out = ScratchPath("cli_bad.png");
+    EXPECT_EQ(peer::Run(Iosid(ScratchPath("missing.tif") + " -o " + out)).status, 2);
+    EXPECT_EQ(peer::Run(Iosid(tiff)).status, 64);
+    EXPECT_EQ(peer::Run(Iosid(tiff + " -o " + out + " --scale 3")).status, 64);
+    EXPECT_EQ(peer::Run(Iosid(tiff + " -o " + out + " --format 16")).status, 64);
+    EXPECT_EQ(peer::Run(Iosid(tiff + " -o " + out + " --region 1,2,3")).status, 64);
+    const std::string message = peer::Run(Iosid(ScratchPath("missing.tif") + " -o " + out)).err;
     EXPECT_NE(message.find("Failed opening MrSID file:"), std::string::npos) << message;
 }
 

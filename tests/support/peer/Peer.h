@@ -1,10 +1,11 @@
 // The peer harness shared by every component's peer tests: run the peer tools, make fixtures
-// with GDAL, compare rasters in one layout, and read libtiff's view of a file. PROJ access is
-// in PeerProj.h.
+// with GDAL, compare rasters in one layout, read what GDAL and libtiff see in a file. PROJ
+// access is in PeerProj.h.
 #pragma once
 #include "support/TiffWriter.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -32,10 +33,20 @@ using testsupport::Wide;
 // pixel in 16 (the same in every band) holds that value. Returns the raw file's path.
 std::string MakeEnviSource(const std::string &name, uint32_t width, uint32_t height, int bands,
                            const std::string &type, std::optional<double> hole = {});
-// gdal_translate `source` into a GeoTIFF (`srs`, and `options` such as "-co TILED=YES"), then
-// gdaladdo with `overviews` (such as "2 4 8") when not empty. Returns the path, "" on failure.
-std::string MakeGeoTiff(const std::string &name, const std::string &source, const std::string &srs,
-                        const std::string &options, const std::string &overviews = "");
+// Where fixtures lie when the test does not care: UTM zone 11 north, 30 km by 20 km.
+inline const std::string kUtmPlacement = "-a_srs EPSG:32611 -a_ullr 500000 4100000 530000 4080000";
+// gdal_translate `source` into a GeoTIFF with `options` (such as "-co TILED=YES") and
+// `placement` (-a_srs, -a_ullr, -gcp), then gdaladdo with `overviews` (such as "2 4 8") when not
+// empty. Returns the path, "" on failure.
+std::string MakeGeoTiff(const std::string &name, const std::string &source,
+                        const std::string &options, const std::string &overviews = "",
+                        const std::string &placement = kUtmPlacement);
+// The TIFFs (.tif, .tiff) in the test data's `folder` ("tiff", "geotiff"), sorted.
+std::vector<std::string> TestTiffs(const std::string &folder);
+// libgeotiff's test files and GeoTIFFs GDAL writes over them in many coordinate systems (and one
+// with ground control points); written on the first call.
+const std::vector<std::string> &GeoTiffFixtures();
+std::string FileName(const std::string &path);
 
 // The loader's output layout: rows of RowBytes(), samples interleaved, machine byte order,
 // bit-packed samples most significant bit first, pad bits zero.
@@ -45,6 +56,7 @@ struct Raster {
     uint16_t spp = 1;
     uint16_t bps = 8;
     std::vector<unsigned char> bytes;
+    std::string error; // why a read failed; empty when it worked
 
     uint64_t RowBytes() const { return (uint64_t{width} * spp * bps + 7) / 8; }
     void Allocate(uint32_t w, uint32_t h);
@@ -59,11 +71,49 @@ void CopySample(const unsigned char *src, uint64_t srcBit, unsigned char *dst, u
                 unsigned bits);
 // The window (x, y, w, h) of a raster, cut sample by sample.
 Raster Crop(const Raster &r, uint32_t x, uint32_t y, uint32_t w, uint32_t h);
-// Largest absolute difference between 8-bit samples of two rasters; -1 when shapes differ.
+// Largest absolute difference between bytes of two rasters; -1 when shapes differ.
 int MaxDifference(const Raster &a, const Raster &b);
-// gdal_translate `args` (source window, size, bands, overview...) of `path` to 8-bit
-// pixel-interleaved samples; `error` says why when it fails.
-bool GdalRead(const std::string &path, const std::string &args, Raster &out, std::string &error);
+
+// gdal_translate `args` (source window, size, bands, overview, output type...) of `path` to
+// pixel-interleaved samples of GDAL's output type.
+Raster GdalRead(const std::string &path, const std::string &args);
+
+struct BandRange {
+    double lo, hi;
+};
+// Per band: the STATISTICS_MINIMUM and _MAXIMUM of the band's metadata, else the extent GDAL
+// computes (nodata and NaN left out) in overview `overview`, or the full image when negative.
+std::vector<BandRange> GdalRanges(const std::string &path, int overview = -1);
+// gdal_translate arguments stretching each band's range onto 0..255 bytes.
+std::string StretchArgs(const std::vector<BandRange> &ranges);
+
+// What gdalinfo -json -wkt_format WKT1 says about a file's georeferencing.
+struct GdalInfo {
+    bool hasGeoTransform = false;
+    double geoTransform[6] = {};
+    struct Gcp {
+        double pixel, line, x, y;
+    };
+    std::vector<Gcp> gcps;
+    std::string wkt;    // WKT 1 on one line, empty when the file has no coordinate system
+    int rasterType = 1; // 2 when AREA_OR_POINT is Point
+};
+bool ReadGdalInfo(const std::string &path, GdalInfo &info, std::string &error);
+
+// A WKT 1 node: keyword, plain values (quotes removed) and child nodes.
+struct WktNode {
+    std::string keyword;
+    std::vector<std::string> values;
+    std::vector<WktNode> children;
+
+    const WktNode *Child(const std::string &keyword) const;
+    double Number(size_t index) const;
+    // PARAMETER children by name.
+    std::map<std::string, double> Parameters() const;
+    // The EPSG code of the AUTHORITY child, 0 when absent.
+    int EpsgCode() const;
+};
+bool ParseWkt(const std::string &text, WktNode &root);
 
 // What libtiff reports about one directory.
 struct LibtiffLayout {
@@ -75,6 +125,7 @@ struct LibtiffLayout {
     uint16_t planar = 0;
     uint16_t photometric = 0;
     uint16_t predictor = 0;
+    uint16_t extraSample = 0; // the kind of a single extra sample; 0 without one
     bool tiled = false;
     uint32_t chunkWidth = 0;
     uint32_t chunkHeight = 0; // tile length or rows per strip
@@ -95,10 +146,13 @@ struct WriteLayout {
     bool tiled = false;
     uint32_t chunkWidth = 0;  // tile width (tiles only)
     uint32_t chunkHeight = 0; // tile length, or rows per strip
+    bool reduced = false;     // an overview
+    uint16_t subIfds = 0;     // how many of the images after this one are its SubIFDs
 };
-// Writes each raster as one directory with libtiff opened with `mode` ("wl", "wb", "w8l",
-// "w8b"); false with libtiff's last message.
-bool LibtiffWrite(const std::string &path, const char *mode, const WriteLayout &layout,
-                  const std::vector<Raster> &images, std::string &error);
+// Writes each raster as one directory with libtiff opened with `mode` ("w", "wl", "wb", "w8l",
+// "w8b"), in the layout of the same index or else the first; false with libtiff's last message.
+bool LibtiffWrite(const std::string &path, const char *mode,
+                  const std::vector<WriteLayout> &layouts, const std::vector<Raster> &images,
+                  std::string &error);
 
 } // namespace peer

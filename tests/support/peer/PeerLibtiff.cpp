@@ -87,6 +87,9 @@ void Describe(TIFF *t, LibtiffLayout &layout) {
     TIFFGetField(t, TIFFTAG_PHOTOMETRIC, &layout.photometric);
     layout.predictor = 1;
     TIFFGetField(t, TIFFTAG_PREDICTOR, &layout.predictor);
+    uint16_t extras = 0, *extra = nullptr;
+    if (TIFFGetField(t, TIFFTAG_EXTRASAMPLES, &extras, &extra) && extras == 1)
+        layout.extraSample = extra[0];
     layout.tiled = TIFFIsTiled(t);
     if (layout.tiled) {
         TIFFGetField(t, TIFFTAG_TILEWIDTH, &layout.chunkWidth);
@@ -115,6 +118,13 @@ bool SetFields(TIFF *t, const WriteLayout &layout, const Raster &image) {
     if (image.spp > 1) {
         const std::vector<uint16_t> extra(image.spp - 1, EXTRASAMPLE_UNSPECIFIED);
         ok = ok && TIFFSetField(t, TIFFTAG_EXTRASAMPLES, image.spp - 1, extra.data());
+    }
+    if (layout.reduced)
+        ok = ok && TIFFSetField(t, TIFFTAG_SUBFILETYPE, FILETYPE_REDUCEDIMAGE);
+    if (layout.subIfds) {
+        // Placeholders: libtiff fills in the offsets as it writes the following directories.
+        const std::vector<toff_t> offsets(layout.subIfds, 0);
+        ok = ok && TIFFSetField(t, TIFFTAG_SUBIFD, layout.subIfds, offsets.data());
     }
     if (layout.predictor != 1)
         ok = ok && TIFFSetField(t, TIFFTAG_PREDICTOR, layout.predictor);
@@ -173,8 +183,9 @@ bool LibtiffDescribe(const std::string &path, unsigned dir, LibtiffLayout &layou
     return true;
 }
 
-bool LibtiffWrite(const std::string &path, const char *mode, const WriteLayout &layout,
-                  const std::vector<Raster> &images, std::string &error) {
+bool LibtiffWrite(const std::string &path, const char *mode,
+                  const std::vector<WriteLayout> &layouts, const std::vector<Raster> &images,
+                  std::string &error) {
     g_lastMessage.clear();
     TiffPtr tif = OpenTiff(path, mode);
     if (!tif) {
@@ -182,7 +193,9 @@ bool LibtiffWrite(const std::string &path, const char *mode, const WriteLayout &
         return false;
     }
     TIFF *t = tif.get();
-    for (Raster image : images) {
+    for (size_t i = 0; i < images.size(); ++i) {
+        Raster image = images[i];
+        const WriteLayout &layout = layouts[i < layouts.size() ? i : 0];
         const uint16_t planes = layout.planar == PLANARCONFIG_SEPARATE ? image.spp : 1;
         const Grid g{layout.tiled ? layout.chunkWidth : image.width, layout.chunkHeight, planes,
                      layout.tiled};

@@ -136,9 +136,9 @@ std::optional<System> ReadSystem(const PJ *crs) {
     return system;
 }
 
-std::vector<int> Codes(PJ_TYPE type) {
+std::vector<int> Codes(PJ_TYPE type, bool deprecated) {
     std::vector<int> codes;
-    PROJ_STRING_LIST list = proj_get_codes_from_database(Context(), "EPSG", type, 1);
+    PROJ_STRING_LIST list = proj_get_codes_from_database(Context(), "EPSG", type, deprecated);
     for (PROJ_STRING_LIST entry = list; entry && *entry; ++entry)
         codes.push_back(std::atoi(*entry));
     proj_string_list_destroy(list);

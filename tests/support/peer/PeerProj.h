@@ -53,8 +53,8 @@ std::optional<Datum> ReadDatum(const PJ *object);         // of a CRS or datum
 std::optional<System> ReadSystem(int code);
 std::optional<System> ReadSystem(const PJ *crs); // projected or geographic
 
-// EPSG codes of a type, deprecated ones included.
-std::vector<int> Codes(PJ_TYPE type);
+// EPSG codes of a type, deprecated ones unless told not to.
+std::vector<int> Codes(PJ_TYPE type, bool deprecated = true);
 int CodeOf(const PJ *object);
 
 // TOWGS84 values of the geographic system as PROJ bounds it to WGS 84, if it does.

@@ -1,6 +1,9 @@
 // Running the peer tools, scratch files, GDAL-made fixtures and raster comparison.
 #include "Peer.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -71,7 +74,8 @@ std::string MakeEnviSource(const std::string &name, uint32_t width, uint32_t hei
         {"UInt16", 12, Put<uint16_t>, [](uint32_t v, uint32_t n) { return double(v * 251 + n); }},
         {"Int16", 2, Put<int16_t>, [](uint32_t v, uint32_t n) { return v * 100.0 + n - 20000; }},
         {"UInt32", 13, Put<uint32_t>, [](uint32_t v, uint32_t n) { return v * 1000003.0 + n; }},
-        {"Float32", 4, Put<float>, [](uint32_t v, uint32_t n) { return (v + n / 256.0) / 128 - 1; }},
+        {"Float32", 4, Put<float>,
+         [](uint32_t v, uint32_t n) { return (v + n / 256.0) / 128 - 1; }},
         {"Float64", 5, Put<double>, [](uint32_t v, uint32_t n) { return v * 0.25 + n * 1e-3 - 7; }},
     };
     const Kind *kind = &kinds[0];
@@ -97,17 +101,75 @@ std::string MakeEnviSource(const std::string &name, uint32_t width, uint32_t hei
     return raw;
 }
 
-std::string MakeGeoTiff(const std::string &name, const std::string &source, const std::string &srs,
-                        const std::string &options, const std::string &overviews) {
+std::string MakeGeoTiff(const std::string &name, const std::string &source,
+                        const std::string &options, const std::string &overviews,
+                        const std::string &placement) {
     const std::string path = ScratchPath(name + ".tif");
     std::remove(path.c_str());
-    if (RunQuiet("gdal_translate -q -of GTiff -a_srs " + ShellQuote(srs) + " " + options + " " +
+    if (RunQuiet("gdal_translate -q -of GTiff " + placement + " " + options + " " +
                  ShellQuote(source) + " " + ShellQuote(path)) != 0)
         return "";
     if (!overviews.empty() &&
         RunQuiet("gdaladdo -q -r average " + ShellQuote(path) + " " + overviews) != 0)
         return "";
     return path;
+}
+
+std::vector<std::string> TestTiffs(const std::string &folder) {
+    std::vector<std::string> files;
+    for (const auto &entry :
+         std::filesystem::directory_iterator(std::string(IOSID_TESTDATA) + "/" + folder))
+        if (entry.path().extension() == ".tif" || entry.path().extension() == ".tiff")
+            files.push_back(entry.path().string());
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+const std::vector<std::string> &GeoTiffFixtures() {
+    // Coordinate systems given to byte.tif (tie point and pixel scale), so that GDAL writes
+    // the keys.
+    static const std::pair<const char *, const char *> generated[] = {
+        {"peer_2227_ftus", "EPSG:2227"},
+        {"peer_3857", "EPSG:3857"},
+        {"peer_32756", "EPSG:32756"},
+        {"peer_4269", "EPSG:4269"},
+        {"peer_tmerc_towgs84",
+         "+proj=tmerc +lat_0=10 +lon_0=20 +k=0.9 +x_0=1000 +y_0=2000 +ellps=GRS80 "
+         "+towgs84=1,2,3,0,0,0,0 +units=m"},
+        {"peer_longlat_7param", "+proj=longlat +ellps=intl +towgs84=-87,-98,-121,0.1,0.2,0.3,1.5"},
+        {"peer_laea", "+proj=laea +lat_0=45 +lon_0=-100 +x_0=10 +y_0=20 +datum=WGS84 +units=m"},
+        {"peer_stere_north",
+         "+proj=stere +lat_0=90 +lat_ts=70 +lon_0=-45 +k=1 +x_0=0 +y_0=0 +datum=WGS84 +units=m"},
+        {"peer_aea_usft", "+proj=aea +lat_1=29.5 +lat_2=45.5 +lat_0=23 +lon_0=-96 +x_0=0 +y_0=0 "
+                          "+datum=NAD83 +units=us-ft"},
+        {"peer_merc", "+proj=merc +lon_0=10 +k=0.99 +x_0=5 +y_0=6 +datum=WGS84 +units=m"},
+        {"peer_lcc",
+         "+proj=lcc +lat_1=33 +lat_2=45 +lat_0=39 +lon_0=-96 +x_0=0 +y_0=0 +datum=NAD27 +units=m"},
+        {"peer_poly",
+         "+proj=poly +lat_0=0 +lon_0=-54 +x_0=5000000 +y_0=10000000 +ellps=aust_SA +units=m"},
+        {"peer_eqc", "+proj=eqc +lat_ts=30 +lat_0=0 +lon_0=10 +x_0=0 +y_0=0 +datum=WGS84"},
+        {"peer_sinu_sphere", "+proj=sinu +lon_0=0 +R=6371007.181 +units=m"},
+    };
+    static std::vector<std::string> fixtures;
+    if (!fixtures.empty())
+        return fixtures;
+    fixtures = TestTiffs("geotiff");
+    const std::string byteTif = std::string(IOSID_TESTDATA) + "/geotiff/byte.tif";
+    for (auto [name, srs] : generated) {
+        fixtures.push_back(MakeGeoTiff(name, byteTif, "", "", "-a_srs " + ShellQuote(srs)));
+        EXPECT_FALSE(fixtures.back().empty()) << "gdal_translate failed for " << srs;
+    }
+    fixtures.push_back(MakeGeoTiff("peer_gcps", byteTif,
+                                   "-gcp 0 0 440720 3751320 -gcp 20 0 441920 3751320 -gcp 0 20 "
+                                   "440720 3750120 -gcp 20 20 441925 3750118 -gcp 10 10 441321 "
+                                   "3750719",
+                                   "", "-a_srs EPSG:26711"));
+    EXPECT_FALSE(fixtures.back().empty()) << "gdal_translate failed for the GCP file";
+    return fixtures;
+}
+
+std::string FileName(const std::string &path) {
+    return std::filesystem::path(path).filename().string();
 }
 
 void Raster::Allocate(uint32_t w, uint32_t h) {
@@ -152,36 +214,6 @@ int MaxDifference(const Raster &a, const Raster &b) {
     for (size_t i = 0; i < a.bytes.size(); ++i)
         worst = std::max(worst, std::abs(int{a.bytes[i]} - int{b.bytes[i]}));
     return worst;
-}
-
-bool GdalRead(const std::string &path, const std::string &args, Raster &out, std::string &error) {
-    const std::string raw = ScratchPath("gdal_read.raw");
-    std::remove(raw.c_str());
-    if (RunQuiet("gdal_translate -q -of ENVI -ot Byte -co INTERLEAVE=BIP " + args + " " +
-                 ShellQuote(path) + " " + ShellQuote(raw)) != 0) {
-        error = "gdal_translate failed on " + path;
-        return false;
-    }
-    const std::string info = RunCommand("gdalinfo " + ShellQuote(raw));
-    const size_t size = info.find("Size is");
-    unsigned bands = 0;
-    for (size_t at = info.find("\nBand "); at != std::string::npos;
-         at = info.find("\nBand ", at + 1))
-        ++bands;
-    if (size == std::string::npos || bands == 0 ||
-        std::sscanf(info.c_str() + size, "Size is %u, %u", &out.width, &out.height) != 2) {
-        error = "gdalinfo cannot describe " + raw;
-        return false;
-    }
-    out.spp = static_cast<uint16_t>(bands);
-    out.bps = 8;
-    std::ifstream in(raw, std::ios::binary);
-    out.bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    if (out.bytes.size() != out.RowBytes() * out.height) {
-        error = "gdal_translate wrote " + std::to_string(out.bytes.size()) + " bytes";
-        return false;
-    }
-    return true;
 }
 
 } // namespace peer

@@ -6,24 +6,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
 
 namespace {
 
-namespace fs = std::filesystem;
-
+// Sorted as one list: geotiff/ before tiff/.
 std::vector<std::string> FixtureFiles() {
-    std::vector<std::string> files;
-    for (const char *folder : {"tiff", "geotiff"}) {
-        for (const auto &entry :
-             fs::directory_iterator(std::string(IOSID_TESTDATA) + "/" + folder)) {
-            const std::string ext = entry.path().extension().string();
-            if (ext == ".tif" || ext == ".tiff")
-                files.push_back(entry.path().string());
-        }
-    }
-    std::sort(files.begin(), files.end());
+    std::vector<std::string> files = peer::TestTiffs("geotiff"), more = peer::TestTiffs("tiff");
+    files.insert(files.end(), more.begin(), more.end());
     return files;
 }
 
@@ -76,7 +66,7 @@ class FixturePeer : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(FixturePeer, MatchesLibtiff) {
     const std::string path = GetParam();
-    const std::string name = fs::path(path).filename().string();
+    const std::string name = peer::FileName(path);
     tiff::CTiffReader reader;
     ASSERT_TRUE(reader.Open(peer::Wide(path))) << Describe(reader.Error());
     const unsigned count = peer::LibtiffDirectoryCount(path);
@@ -110,7 +100,7 @@ TEST_P(FixturePeer, MatchesLibtiff) {
 
 INSTANTIATE_TEST_SUITE_P(Fixtures, FixturePeer, ::testing::ValuesIn(FixtureFiles()),
                          [](const auto &info) {
-                             std::string name = fs::path(info.param).filename().string();
+                             std::string name = peer::FileName(info.param);
                              for (char &c : name)
                                  if (!std::isalnum(static_cast<unsigned char>(c)))
                                      c = '_';

@@ -172,7 +172,7 @@ TEST_P(WrittenPeer, MatchesWhatWasWritten) {
     peer::WriteLayout layout{c.compression, c.predictor,  c.samples.planar, c.format.sampleFormat,
                              c.tiled,       c.chunkWidth, c.chunkHeight};
     std::string message;
-    ASSERT_TRUE(peer::LibtiffWrite(path, c.container.mode, layout, images, message)) << message;
+    ASSERT_TRUE(peer::LibtiffWrite(path, c.container.mode, {layout}, images, message)) << message;
 
     tiff::CTiffReader reader;
     ASSERT_TRUE(reader.Open(peer::Wide(path)));
@@ -230,7 +230,7 @@ TEST(WrittenPeerLarge, SingleUncompressedStrips) {
                                  c.format.sampleFormat, c.tiled,     c.chunkWidth,
                                  c.chunkHeight};
         std::string message;
-        ASSERT_TRUE(peer::LibtiffWrite(path, c.container.mode, layout, {image}, message))
+        ASSERT_TRUE(peer::LibtiffWrite(path, c.container.mode, {layout}, {image}, message))
             << message;
         peer::Raster ours;
         shr::ErrorRecord error;
