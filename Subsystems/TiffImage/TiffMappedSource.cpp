@@ -7,6 +7,7 @@
 #include <bitset>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <new>
 
 #ifdef _WIN32
@@ -33,6 +34,9 @@ constexpr uint64_t kMaxMappedLength = 0xFFFFFFFFu;
 // Pages are brought in a block at a time when first read (see PopulateBlock).
 constexpr uint64_t kPopulateBlock = uint64_t{1} << 20;
 constexpr size_t kPopulateBlocks = static_cast<size_t>(kMaxMappedLength / kPopulateBlock + 1);
+// At most this many blocks stay resident: a whole-file decode then holds a bounded window of
+// the file, not all of it, while re-reads within the window cost nothing.
+constexpr size_t kResidentBlocks = 16;
 
 struct FileMapping {
     const unsigned char *data = nullptr;
@@ -109,6 +113,16 @@ void PopulateBlock(const unsigned char *block, size_t size) {
 #endif
 }
 
+// Gives a block's pages back; they are the file's own, so a later read faults them in again.
+void ReleaseBlock(const unsigned char *block, size_t size) {
+#ifdef MADV_DONTNEED
+    madvise(const_cast<unsigned char *>(block), size, MADV_DONTNEED);
+#else
+    (void)block;
+    (void)size;
+#endif
+}
+
 // Seeks and reads follow the stream source: any position a C stream can seek to is accepted,
 // and reads at or past the end return what is left of the file, possibly nothing.
 class MappedSource final : public TiffSource {
@@ -152,22 +166,33 @@ public:
     }
 
 private:
-    // Populates the blocks that hold bytes [position, position + size), once each.
+    // Populates the blocks that hold bytes [position, position + size), once each, releasing
+    // the longest resident ones beyond kResidentBlocks.
     void Populate(uint64_t position, size_t size) {
         const uint64_t last = (position + size - 1) / kPopulateBlock;
         for (uint64_t block = position / kPopulateBlock; block <= last; ++block) {
             if (populated_[block])
                 continue;
+            if (resident_.size() == kResidentBlocks) {
+                populated_[resident_.front()] = false;
+                ReleaseBlock(mapping_.data + resident_.front() * kPopulateBlock,
+                             BlockSize(resident_.front()));
+                resident_.pop_front();
+            }
             populated_[block] = true;
-            const uint64_t start = block * kPopulateBlock;
-            PopulateBlock(mapping_.data + start,
-                          static_cast<size_t>(std::min(kPopulateBlock, mapping_.size - start)));
+            resident_.push_back(block);
+            PopulateBlock(mapping_.data + block * kPopulateBlock, BlockSize(block));
         }
+    }
+
+    size_t BlockSize(uint64_t block) const {
+        return static_cast<size_t>(std::min(kPopulateBlock, mapping_.size - block * kPopulateBlock));
     }
 
     FileMapping mapping_;
     uint64_t position_ = 0;
     std::bitset<kPopulateBlocks> populated_;
+    std::deque<uint64_t> resident_; // populated blocks, oldest first
 };
 
 } // namespace

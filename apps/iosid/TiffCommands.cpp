@@ -18,7 +18,7 @@ namespace {
 
 constexpr uint64_t kValuesShown = 16;
 // tiff-decode writes its output in batches of about this many bytes.
-constexpr uint64_t kBatchBytes = uint64_t{16} << 20;
+constexpr uint64_t kBatchBytes = uint64_t{4} << 20;
 
 const char *TypeName(uint16_t type) {
     static const char *const names[] = {"?",         "BYTE",  "ASCII",     "SHORT",  "LONG",

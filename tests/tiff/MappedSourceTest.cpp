@@ -137,6 +137,22 @@ TEST(MappedSource, LendsExactlyTheFileBytes) {
     EXPECT_EQ(stream->View(0, 1), nullptr);
 }
 
+// Only a window of the file stays resident; blocks given back read the same when read again.
+TEST(MappedSource, BlocksGivenBackReadTheSame) {
+    const Bytes bytes = Pattern(40u << 20);
+    auto mapped = tiff::OpenMappedFileSource(Scratch("large", bytes));
+    ASSERT_NE(mapped, nullptr);
+    Bytes again(bytes.size());
+    for (int pass = 0; pass < 2; ++pass) {
+        ASSERT_TRUE(mapped->Seek(0));
+        ASSERT_EQ(mapped->Read(again.data(), again.size()), again.size());
+        EXPECT_EQ(again, bytes) << "pass " << pass;
+    }
+    const unsigned char *first = mapped->View(0, 1u << 20);
+    ASSERT_NE(first, nullptr);
+    EXPECT_TRUE(std::equal(first, first + (1u << 20), bytes.begin()));
+}
+
 // OpenFileSource maps what it can and falls back to the stream for the rest.
 TEST(FileSource, MapsWhatItCanAndStreamsTheRest) {
     struct {
