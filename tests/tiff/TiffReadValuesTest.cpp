@@ -27,7 +27,7 @@ std::vector<unsigned char> BuildSample(bool bigEndian, bool bigTiff) {
     b.AddUInts(d, 273, 4, {8, 1000, 70000});
     b.AddRationals(d, 282, 5, {{72, 1}, {300, 7}});
     b.AddRationals(d, 283, 5, {{150, 2}});
-    b.AddRationals(d, 37000, 10, {{-3, 4}, {5, -8}});
+    b.AddRationals(d, 37000, 10, {{-3, 4}, {5, -8}, {9, 1}});
     b.AddRationals(d, 37001, 10, {{-1, 2}});
     b.AddDoubles(d, 33550, {0.5, 2.25, -1e300});
     b.AddAscii(d, 270, "hello");
@@ -52,7 +52,7 @@ const Expected kExpected[] = {
     {273, {8, 1000, 70000}},
     {282, {72, 300.0 / 7}},
     {283, {75}},
-    {37000, {-0.75, -0.625}},
+    {37000, {-0.75, -0.625, 9}},
     {37001, {-0.5}},
     {33550, {0.5, 2.25, -1e300}},
     {37002, {-2}},
