@@ -23,6 +23,18 @@ std::vector<uint8_t> ReadRow(SidInterface &reader, uint32_t row) {
     return out;
 }
 
+// The first `n` bytes of row 0 as the reader delivers `image` in `format`; empty when it does
+// not open.
+std::vector<uint8_t> FirstBytes(const TestImage &image, int format, size_t n) {
+    TestEngineScope engine(image);
+    SidInterface reader;
+    reader.SetFormat(format);
+    if (!reader.Open(AnyFile()))
+        return {};
+    const auto row = ReadRow(reader, 0);
+    return std::vector<uint8_t>(row.begin(), row.begin() + n);
+}
+
 TestImage Constant(uint16_t bands, LTIColorSpace cs, std::vector<double> values) {
     TestImage im;
     im.width = 16;
@@ -239,16 +251,11 @@ TEST(SidInterfaceConversion, FormatsFollowTheConversionRules) {
          5,
          {7, 6, 5, 255}},
     };
-    for (const auto &c : cases) {
-        TestEngineScope engine(Constant(c.bands, c.colorSpace, c.samples));
-        SidInterface reader;
-        reader.SetFormat(c.format);
-        ASSERT_TRUE(reader.Open(AnyFile())) << c.name;
-        const auto row = ReadRow(reader, 0);
-        EXPECT_EQ(std::vector<uint8_t>(row.begin(), row.begin() + c.firstBytes.size()),
+    for (const auto &c : cases)
+        EXPECT_EQ(FirstBytes(Constant(c.bands, c.colorSpace, c.samples), c.format,
+                             c.firstBytes.size()),
                   c.firstBytes)
             << c.name;
-    }
 }
 
 TEST(SidInterfaceConversion, PackedFormatsPlacePixelsMostSignificantFirst) {
@@ -326,14 +333,7 @@ TEST(SidInterfaceConversion, EachBandStretchesItsOwnRange) {
         TestImage im = Constant(static_cast<uint16_t>(c.ranges.size()), c.colorSpace, c.samples);
         im.dataType = LTI_DATATYPE_UINT16;
         im.bandRanges = c.ranges;
-        TestEngineScope engine(im);
-        SidInterface reader;
-        reader.SetFormat(c.format);
-        ASSERT_TRUE(reader.Open(AnyFile())) << c.name;
-        const auto row = ReadRow(reader, 0);
-        EXPECT_EQ(std::vector<uint8_t>(row.begin(), row.begin() + c.firstBytes.size()),
-                  c.firstBytes)
-            << c.name;
+        EXPECT_EQ(FirstBytes(im, c.format, c.firstBytes.size()), c.firstBytes) << c.name;
     }
 }
 
