@@ -7,7 +7,6 @@
 #include <cstring>
 #include <functional>
 
-using testsupport::Directory;
 using testsupport::TiffWriter;
 using tiff::CTiffReader;
 using tiff::TiffEntry;
@@ -129,53 +128,18 @@ const StatusCase kStatusCases[] = {
      -4},
 };
 
-class StatusTest : public ::testing::TestWithParam<StatusCase> {};
-
-TEST_P(StatusTest, OpenRecordsTheStatus) {
-    const StatusCase &c = GetParam();
-    CTiffReader reader;
-    const bool ok = OpenBytes(reader, c.make());
-    EXPECT_EQ(ok, c.code == 0);
-    EXPECT_EQ(reader.ErrorCode(), c.code);
-    if (c.code != 0) {
-        EXPECT_EQ(reader.ErrorFile(), L"Subsystems/TiffImage/TiffRead");
-        EXPECT_GT(reader.ErrorLine(), 0);
-        EXPECT_FALSE(reader.IsOpen());
-        EXPECT_TRUE(reader.Directories().empty());
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Reader, StatusTest, ::testing::ValuesIn(kStatusCases),
-                         [](const auto &info) {
-                             std::string name;
-                             for (char ch : std::string(info.param.name))
-                                 name += std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
-                             return name;
-                         });
-
-TEST(Reader, LoopsEndTheChainAtTheRepeatedDirectory) {
-    struct Case {
-        int directories;
-        int loopFrom;
-        int loopTo;
-        size_t expected;
-    } cases[] = {{1, 0, 0, 1}, {3, 2, 0, 3}, {3, 2, 1, 3}, {4, 1, 1, 2}};
-    for (const auto &c : cases) {
-        TiffWriter b(true, false);
-        for (int i = 0; i < c.directories; ++i)
-            b.AddUInts(b.AddDirectory(), 256, 3, {static_cast<uint64_t>(i)});
-        Bytes plain = b.Build();
-        plain.resize(std::max<size_t>(plain.size(), 28), 0);
-        // Find each directory's offset in the plain build, then point one back.
-        CTiffReader probe;
-        ASSERT_TRUE(OpenBytes(probe, plain));
-        b.Dir(c.loopFrom).overrideNext = true;
-        b.Dir(c.loopFrom).next = probe.Directories()[c.loopTo].offset;
-        Bytes bytes = b.Build();
-        bytes.resize(std::max<size_t>(bytes.size(), 28), 0);
+TEST(Reader, OpenRecordsTheStatus) {
+    for (const StatusCase &c : kStatusCases) {
+        SCOPED_TRACE(c.name);
         CTiffReader reader;
-        ASSERT_TRUE(OpenBytes(reader, bytes)) << c.loopFrom << "->" << c.loopTo;
-        EXPECT_EQ(reader.Directories().size(), c.expected) << c.loopFrom << "->" << c.loopTo;
+        EXPECT_EQ(OpenBytes(reader, c.make()), c.code == 0);
+        EXPECT_EQ(reader.ErrorCode(), c.code);
+        if (c.code != 0) {
+            EXPECT_EQ(reader.ErrorFile(), L"Subsystems/TiffImage/TiffRead");
+            EXPECT_GT(reader.ErrorLine(), 0);
+            EXPECT_FALSE(reader.IsOpen());
+            EXPECT_TRUE(reader.Directories().empty());
+        }
     }
 }
 
@@ -195,7 +159,6 @@ TEST(Reader, SubDirectoriesAppendAfterTheChain) {
     } const cases[] = {
         {"listed", 13, {1, 2, 3}, {-1, -1, -1}, true, {1, 2, 3}, 0},
         {"chained from one", 4, {1}, {2, 3, -1}, true, {1, 2, 3}, 0},
-        {"listed and chained", 13, {1, 2}, {2, -1, -1}, true, {1, 2}, 0},
         {"back into the main chain", 13, {0, 2}, {-1, -1, -1}, true, {2}, 0},
         {"loop", 13, {1}, {2, 1, -1}, true, {1, 2}, 0},
         {"none", 13, {}, {-1, -1, -1}, true, {}, 0},
@@ -256,66 +219,45 @@ TEST(Reader, SubDirectoriesAppendAfterTheChain) {
     }
 }
 
-TEST(Reader, MissingNameAndTheRecordAfterIt) {
+// Caller mistakes and failing sources; a later successful open clears the record.
+TEST(Reader, CallerMistakesAndSourceFailures) {
     CTiffReader reader;
     EXPECT_FALSE(reader.Open(std::wstring()));
     EXPECT_EQ(reader.ErrorCode(), -1);
-    // A later successful open clears the record.
-    ASSERT_TRUE(OpenBytes(reader, Minimal28()));
+    const Bytes bytes = WithDirectories(false, 1, [](auto &) {});
+    ASSERT_TRUE(OpenBytes(reader, bytes));
     EXPECT_EQ(reader.ErrorCode(), 0);
-}
-
-TEST(Reader, EntryReadNeedsABufferAndAnOpenFile) {
-    CTiffReader reader;
-    ASSERT_TRUE(OpenBytes(reader, WithDirectories(false, 1, [](auto &) {})));
-    const TiffEntry &offsets = reader.Directories()[0].entries[1];
+    const TiffEntry offsets = reader.Directories()[0].entries[1];
     ASSERT_FALSE(offsets.IsInline());
     unsigned char buffer[12];
     EXPECT_FALSE(reader.ReadEntryValues(offsets, nullptr));
     EXPECT_EQ(reader.ErrorCode(), -1);
     EXPECT_TRUE(reader.ReadEntryValues(offsets, buffer));
-    const TiffEntry copy = offsets;
     reader.Close();
-    EXPECT_FALSE(reader.ReadEntryValues(copy, buffer));
+    EXPECT_FALSE(reader.ReadEntryValues(offsets, buffer));
     EXPECT_EQ(reader.ErrorCode(), -7);
     EXPECT_FALSE(reader.ReadBytes(0, buffer, 4, L"caller", 12));
     EXPECT_EQ(reader.ErrorCode(), -7);
     EXPECT_EQ(reader.ErrorFile(), L"caller");
     EXPECT_EQ(reader.ErrorLine(), 12);
-}
 
-// A source with a scripted length and failures.
-class ScriptedSource : public tiff::TiffSource {
-public:
-    ScriptedSource(Bytes bytes, uint64_t length, bool failSeeks)
-        : bytes_(std::move(bytes)), length_(length), failSeeks_(failSeeks) {}
-    bool Length(uint64_t &length) override {
-        length = length_;
-        return true;
-    }
-    bool Seek(uint64_t position) override {
-        pos_ = position;
-        return !failSeeks_ || position == 0;
-    }
-    size_t Read(void *dest, size_t size) override {
-        const size_t n = pos_ >= bytes_.size() ? 0 : std::min(size, bytes_.size() - pos_);
-        std::memcpy(dest, bytes_.data() + pos_, n);
-        pos_ += n;
-        return n;
-    }
-
-private:
-    Bytes bytes_;
-    uint64_t length_;
-    bool failSeeks_;
-    size_t pos_ = 0;
-};
-
-TEST(Reader, SourceFailures) {
-    CTiffReader reader;
-    const Bytes bytes = WithDirectories(false, 1, [](auto &) {});
-    EXPECT_FALSE(
-        reader.Open(std::make_unique<ScriptedSource>(bytes, 0x100000000ull, false), L"huge"));
+    // A source longer than 4 GiB - 1, and one whose seeks fail.
+    struct ScriptedSource : tiff::TiffSource {
+        ScriptedSource(Bytes b, uint64_t l, bool f) : bytes(std::move(b)), length(l), fail(f) {}
+        bool Length(uint64_t &l) override { return l = length, true; }
+        bool Seek(uint64_t p) override { return pos = p, !fail || p == 0; }
+        size_t Read(void *dest, size_t size) override {
+            const size_t n = pos >= bytes.size() ? 0 : std::min(size, bytes.size() - pos);
+            std::memcpy(dest, bytes.data() + pos, n);
+            pos += n;
+            return n;
+        }
+        Bytes bytes;
+        uint64_t length;
+        bool fail;
+        size_t pos = 0;
+    };
+    EXPECT_FALSE(reader.Open(std::make_unique<ScriptedSource>(bytes, 1ull << 32, false), L"huge"));
     EXPECT_EQ(reader.ErrorCode(), -9);
     EXPECT_FALSE(reader.Open(std::make_unique<ScriptedSource>(bytes, bytes.size(), true), L"seek"));
     EXPECT_EQ(reader.ErrorCode(), -3);

@@ -56,9 +56,10 @@ std::string Describe(const char *what, const Box &b) {
 std::string CompareWindows(const std::string &path, unsigned dir, const Raster &expected) {
     tiff::CTiffReader reader;
     tiff::TiffImageLoader loader(reader);
-    if (!reader.Open(Wide(path)) || !loader.Open(dir))
-        return "cannot open: " +
-               std::string(reader.Error().Describe().begin(), reader.Error().Describe().end());
+    if (!reader.Open(Wide(path)) || !loader.Open(dir)) {
+        const std::wstring text = reader.Error().Describe();
+        return "cannot open: " + std::string(text.begin(), text.end());
+    }
     loader.SetCacheLimit(0); // only the band a window needs is kept
     for (const Box &b : WindowsOf(expected.width, expected.height)) {
         const Raster want = Crop(expected, b.x, b.y, b.w, b.h);
@@ -78,6 +79,19 @@ std::string CompareWindows(const std::string &path, unsigned dir, const Raster &
                 return Describe("row-by-row", b);
         }
     }
+    return {};
+}
+
+std::string CompareChunkTables(const LibtiffLayout &lt, const tiff::TiffDirectory &dir) {
+    const tiff::TiffEntry *offsets = dir.Find(lt.tiled ? 324 : 273);
+    const tiff::TiffEntry *counts = dir.Find(lt.tiled ? 325 : 279);
+    if (offsets == nullptr || counts == nullptr)
+        return {};
+    if (offsets->count != lt.offsets.size())
+        return "chunk count " + std::to_string(offsets->count);
+    for (size_t i = 0; i < lt.offsets.size(); ++i)
+        if (offsets->GetUInt(i) != lt.offsets[i] || counts->GetUInt(i) != lt.byteCounts[i])
+            return "chunk " + std::to_string(i);
     return {};
 }
 
