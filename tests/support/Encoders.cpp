@@ -1,5 +1,5 @@
-// Test-side encoders; plain and slow, written from TIFF 6.0 sections 9, 14 and the Adobe
-// Deflate and floating-point predictor notes.
+// Test-side encoders; plain and slow, written from TIFF 6.0 sections 9 and 14 and the Adobe
+// Deflate note.
 #include "Encoders.h"
 
 #include <zlib.h>
@@ -58,17 +58,6 @@ void DifferenceRow(uint8_t *row, size_t pixels, size_t samples, size_t bytesPerS
     };
     for (size_t i = pixels * samples; i-- > samples;)
         store(i, load(i) - load(i - samples));
-}
-
-Bytes FloatPredictRow(std::span<const uint8_t> row, size_t samples, size_t bytes) {
-    const size_t values = row.size() / bytes;
-    Bytes planes(row.size());
-    for (size_t i = 0; i < values; ++i)
-        for (size_t b = 0; b < bytes; ++b)
-            planes[(bytes - 1 - b) * values + i] = row[i * bytes + b];
-    for (size_t i = planes.size(); i-- > samples;)
-        planes[i] = static_cast<uint8_t>(planes[i] - planes[i - samples]);
-    return planes;
 }
 
 LzwCodeWriter &LzwCodeWriter::Put(uint32_t code) {
@@ -147,9 +136,7 @@ Bytes LzwEncode(std::span<const uint8_t> data, LzwEncodeOptions opt) {
         }
         writer.Put(w);
     }
-    if (opt.eoi)
-        writer.Put(kLzwEoi);
-    return writer.Finish();
+    return writer.Put(kLzwEoi).Finish();
 }
 
 } // namespace testsupport

@@ -1,5 +1,5 @@
 // Test-side encoders for image data: PackBits, Deflate, LZW (either bit order, explicit code
-// streams), and the horizontal and floating-point predictors.
+// streams), and the horizontal predictor.
 #pragma once
 #include <cstdint>
 #include <initializer_list>
@@ -16,9 +16,6 @@ Bytes DeflateEncode(std::span<const uint8_t> data);
 // Horizontal differencing of one row of `bytesPerSample`-byte samples in the given byte order.
 void DifferenceRow(uint8_t *row, size_t pixels, size_t samples, size_t bytesPerSample,
                    bool bigEndian);
-// The floating point predictor's encoding of one row of little-endian values: byte planes
-// (most significant first), then byte differences with a stride of `samples`.
-Bytes FloatPredictRow(std::span<const uint8_t> row, size_t samples, size_t bytes);
 
 constexpr uint32_t kLzwClear = 256;
 constexpr uint32_t kLzwEoi = 257;
@@ -48,7 +45,6 @@ private:
 
 struct LzwEncodeOptions {
     bool oldStyle = false;
-    bool eoi = true;
     // Clear the table once it holds this many entries (libtiff clears at 4094); 0 never clears
     // and stops adding entries at 4095.
     uint32_t clearAt = 4094;

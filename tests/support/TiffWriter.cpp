@@ -1,8 +1,8 @@
 // The in-memory TIFF writer: header, directories, out-of-line values and image data, with
-// offsets to blobs and sub-directories patched in once the layout is known.
+// offsets to blobs patched in once the layout is known.
 #include "TiffWriter.h"
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -15,28 +15,17 @@ namespace {
 
 constexpr size_t kSparse = std::numeric_limits<size_t>::max();
 
-} // namespace
-
 size_t TypeSize(uint16_t type) {
     // Types 1 to 18 of TIFF 6.0 and BigTIFF; 14 and 15 are unassigned.
     static const unsigned char kSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
     return type < std::size(kSizes) ? kSizes[type] : 0;
 }
 
+} // namespace
+
 void Directory::Remove(uint16_t tag) {
     std::erase_if(entries, [&](const Entry &e) { return e.tag == tag; });
 }
-
-// Where the values that are offsets sit, and where blobs and directories landed.
-struct TiffWriter::Layout {
-    struct Pending {
-        size_t pos, size, index;
-        bool blob;
-    };
-    std::vector<Pending> pending;
-    std::vector<uint64_t> blobAt;
-    std::vector<uint64_t> dirAt;
-};
 
 Directory &TiffWriter::AddDirectory() { return dirs_.emplace_back(); }
 
@@ -105,15 +94,15 @@ size_t TiffWriter::AddBlob(const Bytes &bytes) {
 }
 
 void TiffWriter::AddChunks(Directory &d, const std::vector<Bytes> &chunks, bool tiled) {
-    const uint16_t type = kLong; // BigTIFF allows LONG too; test files stay far below 4 GiB
-    Entry &offsets = Add(d, tiled ? 324 : 273, type, chunks.size());
+    // LONG offsets in BigTIFF too: test files stay far below 4 GiB.
+    Entry &offsets = Add(d, tiled ? 324 : 273, kLong, chunks.size());
     std::vector<uint64_t> counts;
     for (const Bytes &chunk : chunks) {
         offsets.blobs.push_back(chunk.empty() ? kSparse : AddBlob(chunk));
         counts.push_back(chunk.size());
     }
-    offsets.data.assign(chunks.size() * TypeSize(type), 0);
-    AddUInts(d, tiled ? 325 : 279, type, counts);
+    offsets.data.assign(chunks.size() * 4, 0);
+    AddUInts(d, tiled ? 325 : 279, kLong, counts);
 }
 
 void TiffWriter::AddGeoKeys(Directory &d, const std::vector<GeoKey> &keys) {
@@ -123,23 +112,9 @@ void TiffWriter::AddGeoKeys(Directory &d, const std::vector<GeoKey> &keys) {
     AddUInts(d, 34735, kShort, words);
 }
 
-void TiffWriter::AddTiePoints(Directory &d, const std::vector<double> &values) {
-    AddDoubles(d, 33922, values);
-}
-
-void TiffWriter::AddPixelScale(Directory &d, double x, double y, double z) {
-    AddDoubles(d, 33550, {x, y, z});
-}
-
-void TiffWriter::AddMatrix(Directory &d, const std::vector<double> &values) {
-    AddDoubles(d, 34264, values);
-}
-
 void TiffWriter::Put(Bytes &out, uint64_t v, size_t size) const {
-    for (size_t i = 0; i < size; ++i) {
-        const size_t shift = bigEndian_ ? (size - 1 - i) * 8 : i * 8;
-        out.push_back(static_cast<unsigned char>(v >> shift));
-    }
+    for (size_t i = 0; i < size; ++i)
+        out.push_back(static_cast<unsigned char>(v >> (bigEndian_ ? (size - 1 - i) * 8 : i * 8)));
 }
 
 void TiffWriter::Patch(Bytes &out, size_t pos, uint64_t v, size_t size) const {
@@ -148,96 +123,73 @@ void TiffWriter::Patch(Bytes &out, size_t pos, uint64_t v, size_t size) const {
     std::memcpy(out.data() + pos, bytes.data(), bytes.size());
 }
 
-// Writes one directory and its values; returns the position of its next-offset field.
-size_t TiffWriter::WriteDirectory(Bytes &out, const Directory &d, Layout &layout) const {
-    Put(out, d.overrideCount ? d.count : d.entries.size(), bigTiff_ ? 8 : 2);
-    std::vector<size_t> fieldPos;
-    for (const Entry &e : d.entries) {
-        Put(out, e.tag, 2);
-        Put(out, e.type, 2);
-        Put(out, e.count, bigTiff_ ? 8 : 4);
-        fieldPos.push_back(out.size());
-        Put(out, 0, OffsetSize());
-    }
-    const size_t nextPos = out.size();
-    Put(out, 0, OffsetSize());
-    for (size_t i = 0; i < d.entries.size(); ++i) {
-        const Entry &e = d.entries[i];
-        size_t valuePos = fieldPos[i];
-        if (e.overrideField) {
-            Patch(out, fieldPos[i], e.field, OffsetSize());
-            continue;
-        }
-        if (e.data.size() <= OffsetSize()) {
-            std::memcpy(out.data() + fieldPos[i], e.data.data(), e.data.size());
-        } else {
-            if (out.size() % 2)
-                out.push_back(0);
-            valuePos = out.size();
-            Patch(out, fieldPos[i], valuePos, OffsetSize());
-            out.insert(out.end(), e.data.begin(), e.data.end());
-        }
-        const size_t size = TypeSize(e.type);
-        for (size_t k = 0; k < e.blobs.size(); ++k)
-            layout.pending.push_back({valuePos + k * size, size, e.blobs[k], true});
-        for (size_t k = 0; k < e.subDirs.size(); ++k)
-            layout.pending.push_back({valuePos + k * size, size, e.subDirs[k], false});
-    }
-    return nextPos;
-}
-
 // Layout: header, data (unless last), each directory followed by its out-of-line values.
 Bytes TiffWriter::Build() const {
-    Bytes out;
-    out.push_back(bigEndian_ ? 'M' : 'I');
-    out.push_back(bigEndian_ ? 'M' : 'I');
+    Bytes out = {static_cast<unsigned char>(bigEndian_ ? 'M' : 'I'),
+                 static_cast<unsigned char>(bigEndian_ ? 'M' : 'I')};
     Put(out, version_ ? version_ : (bigTiff_ ? 43 : 42), 2);
-    if (bigTiff_) {
-        Put(out, 8, 2);
-        Put(out, 0, 2);
-    }
+    if (bigTiff_)
+        Put(out, 8, 4); // offset size 8, then a zero
     const size_t firstPos = out.size();
     Put(out, 0, OffsetSize());
-    Layout layout;
+    std::vector<uint64_t> blobAt;
     const auto writeBlobs = [&] {
         for (const Bytes &blob : blobs_) {
-            layout.blobAt.push_back(out.size());
+            blobAt.push_back(out.size());
             out.insert(out.end(), blob.begin(), blob.end());
-            if (out.size() % 2)
-                out.push_back(0);
+            out.resize(out.size() + out.size() % 2, 0);
         }
     };
     if (!dataLast_)
         writeBlobs();
-    std::vector<size_t> nextPos;
+    std::vector<size_t> dirAt, nextPos;
+    // Value fields that hold blob offsets: position, field size, blob.
+    std::vector<std::array<size_t, 3>> pending;
     for (const Directory &d : dirs_) {
-        if (out.size() % 2)
-            out.push_back(0);
-        layout.dirAt.push_back(out.size());
-        nextPos.push_back(WriteDirectory(out, d, layout));
+        out.resize(out.size() + out.size() % 2, 0);
+        dirAt.push_back(out.size());
+        Put(out, d.overrideCount ? d.count : d.entries.size(), bigTiff_ ? 8 : 2);
+        const size_t fields = out.size() + 4 + (bigTiff_ ? 8 : 4);
+        const size_t entrySize = bigTiff_ ? 20 : 12;
+        for (const Entry &e : d.entries) {
+            Put(out, e.tag, 2);
+            Put(out, e.type, 2);
+            Put(out, e.count, bigTiff_ ? 8 : 4);
+            Put(out, 0, OffsetSize());
+        }
+        nextPos.push_back(out.size());
+        Put(out, 0, OffsetSize());
+        for (size_t i = 0; i < d.entries.size(); ++i) {
+            const Entry &e = d.entries[i];
+            const size_t field = fields + i * entrySize;
+            size_t valuePos = field;
+            if (e.overrideField) {
+                Patch(out, field, e.field, OffsetSize());
+                continue;
+            }
+            if (e.data.size() <= OffsetSize()) {
+                std::memcpy(out.data() + field, e.data.data(), e.data.size());
+            } else {
+                out.resize(out.size() + out.size() % 2, 0);
+                valuePos = out.size();
+                Patch(out, field, valuePos, OffsetSize());
+                out.insert(out.end(), e.data.begin(), e.data.end());
+            }
+            const size_t size = TypeSize(e.type);
+            for (size_t k = 0; k < e.blobs.size(); ++k)
+                pending.push_back({valuePos + k * size, size, e.blobs[k]});
+        }
     }
     if (dataLast_)
         writeBlobs();
-
-    std::vector<size_t> chain;
-    for (size_t i = 0; i < dirs_.size(); ++i)
-        if (dirs_[i].chained)
-            chain.push_back(i);
-    const uint64_t first = chain.empty() ? 0 : layout.dirAt[chain[0]];
+    const uint64_t first = dirs_.empty() ? 0 : dirAt[0];
     Patch(out, firstPos, firstIfd_.first ? firstIfd_.second : first, OffsetSize());
     for (size_t i = 0; i < dirs_.size(); ++i) {
-        uint64_t next = 0;
-        const auto at = std::find(chain.begin(), chain.end(), i);
-        if (at != chain.end() && at + 1 != chain.end())
-            next = layout.dirAt[*(at + 1)];
+        const uint64_t next = i + 1 < dirs_.size() ? dirAt[i + 1] : 0;
         Patch(out, nextPos[i], dirs_[i].overrideNext ? dirs_[i].next : next, OffsetSize());
     }
-    for (const auto &p : layout.pending) {
-        const uint64_t offset = !p.blob              ? layout.dirAt[p.index]
-                                : p.index == kSparse ? 0
-                                                     : layout.blobAt[p.index];
-        Patch(out, p.pos, offset, p.size);
-    }
+    for (const auto &[pos, size, blob] : pending)
+        Patch(out, pos, blob == kSparse ? 0 : blobAt[blob], size);
     return out;
 }
 

@@ -10,20 +10,8 @@ namespace testsupport {
 
 using Bytes = std::vector<unsigned char>;
 
-// TIFF 6.0 and BigTIFF field types by number.
-enum : uint16_t {
-    kByte = 1,
-    kAscii = 2,
-    kShort = 3,
-    kLong = 4,
-    kRational = 5,
-    kSRational = 10,
-    kDouble = 12,
-    kIfd = 13,
-    kLong8 = 16,
-    kIfd8 = 18
-};
-size_t TypeSize(uint16_t type); // 0 for unknown types
+// Field types by number, as far as tests name them.
+enum : uint16_t { kByte = 1, kAscii = 2, kShort = 3, kLong = 4, kDouble = 12 };
 
 struct Entry {
     uint16_t tag = 0;
@@ -32,8 +20,7 @@ struct Entry {
     Bytes data;                 // values in the file's byte order
     bool overrideField = false; // write `field` instead of the values or their offset
     uint64_t field = 0;
-    std::vector<size_t> blobs;   // values are the offsets of these blobs
-    std::vector<size_t> subDirs; // values are the offsets of these directories
+    std::vector<size_t> blobs;  // values are the offsets of these blobs
 };
 
 struct Directory {
@@ -42,7 +29,6 @@ struct Directory {
     uint64_t next = 0;
     bool overrideCount = false; // write `count` as the entry count
     uint64_t count = 0;
-    bool chained = true; // false for directories the chain skips (SubIFDs)
 
     void Remove(uint16_t tag);
 };
@@ -83,11 +69,8 @@ public:
     // Bytes placed before the directories (or after, see SetDataLast); returns their index.
     size_t AddBlob(const Bytes &bytes);
 
-    // GeoTIFF: key directory with header {1, 1, 0, count}, tie points, pixel scale, matrix.
+    // A GeoKey directory with the header {1, 1, 0, count}.
     void AddGeoKeys(Directory &d, const std::vector<GeoKey> &keys);
-    void AddTiePoints(Directory &d, const std::vector<double> &values);
-    void AddPixelScale(Directory &d, double x, double y, double z = 0.0);
-    void AddMatrix(Directory &d, const std::vector<double> &values);
 
     Bytes Build() const;
 
@@ -96,9 +79,6 @@ private:
     void Put(Bytes &out, uint64_t v, size_t size) const;
     void Patch(Bytes &out, size_t pos, uint64_t v, size_t size) const;
     size_t OffsetSize() const { return bigTiff_ ? 8 : 4; }
-    size_t HeaderSize() const { return bigTiff_ ? 16 : 8; }
-    struct Layout;
-    size_t WriteDirectory(Bytes &out, const Directory &d, Layout &layout) const;
 
     bool bigEndian_;
     bool bigTiff_;
