@@ -12,21 +12,6 @@ namespace {
 
 const wchar_t kFile[] = L"Subsystems/TiffImage/TiffImageRead";
 
-std::wstring Fixture(const char *name) {
-    const std::string path = std::string(IOSID_TESTDATA) + "/" + name;
-    return std::wstring(path.begin(), path.end());
-}
-
-class ThrowingSource : public tiff::TiffSource {
-public:
-    bool Length(uint64_t &length) override {
-        length = 1000;
-        return true;
-    }
-    bool Seek(uint64_t) override { throw std::runtime_error("stream broke"); }
-    size_t Read(void *, size_t) override { return 0; }
-};
-
 TEST(TiffImageRead, FailuresAndTheirRecords) {
     TiffImageRead file;
     EXPECT_FALSE(file.OpenFile(L""));
@@ -40,6 +25,11 @@ TEST(TiffImageRead, FailuresAndTheirRecords) {
     EXPECT_EQ(file.Error().code, -2);
     EXPECT_EQ(file.Error().line, file.Reader().ErrorLine());
 
+    struct ThrowingSource : tiff::TiffSource {
+        bool Length(uint64_t &length) override { return length = 1000, true; }
+        bool Seek(uint64_t) override { throw std::runtime_error("stream broke"); }
+        size_t Read(void *, size_t) override { return 0; }
+    };
     EXPECT_FALSE(file.OpenSource(std::make_unique<ThrowingSource>(), L"throws"));
     EXPECT_EQ(file.Error().file, kFile);
     EXPECT_EQ(file.Error().line, 192);
@@ -52,30 +42,24 @@ TEST(TiffImageRead, FailuresAndTheirRecords) {
     EXPECT_EQ(file.Error().code, -7);
 }
 
+// Two directories, the first with a duplicated width: the first of duplicates is found.
 TEST(TiffImageRead, CountsImagesAndFindsTags) {
+    testsupport::TiffWriter b(false, false);
+    b.AddUInts(b.AddDirectory(), 256, 3, {10});
+    b.AddUInts(b.Dir(0), 256, 3, {20});
+    b.AddUInts(b.AddDirectory(), 256, 3, {1});
+    auto bytes = b.Build();
+    bytes.resize(64, 0);
     TiffImageRead file;
-    ASSERT_TRUE(file.OpenFile(Fixture("tiff/test_two_ifds.tif")));
+    ASSERT_TRUE(file.OpenSource(tiff::MakeMemorySource(bytes), L"two"));
     EXPECT_EQ(file.GetImageCount(), 2u);
     EXPECT_FALSE(file.Error().IsSet());
-    const tiff::TiffEntry *width = file.FindTag(1, 256);
-    ASSERT_NE(width, nullptr);
-    EXPECT_EQ(width->GetUInt(), 1u);
+    EXPECT_EQ(file.FindTag(0, 256)->GetUInt(), 10u);
+    EXPECT_EQ(file.FindTag(1, 256)->GetUInt(), 1u);
     EXPECT_EQ(file.FindTag(2, 256), nullptr); // past the directory count
     EXPECT_EQ(file.FindTag(0, 34735), nullptr);
     file.Close();
     EXPECT_EQ(file.FindTag(0, 256), nullptr);
-}
-
-TEST(TiffImageRead, FindTagReturnsTheFirstOfDuplicates) {
-    testsupport::TiffWriter b(false, false);
-    auto &d = b.AddDirectory();
-    b.AddUInts(d, 256, 3, {10});
-    b.AddUInts(d, 256, 3, {20});
-    auto bytes = b.Build();
-    bytes.resize(64, 0);
-    TiffImageRead file;
-    ASSERT_TRUE(file.OpenSource(tiff::MakeMemorySource(bytes), L"dup"));
-    EXPECT_EQ(file.FindTag(0, 256)->GetUInt(), 10u);
 }
 
 } // namespace
