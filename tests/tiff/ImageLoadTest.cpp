@@ -1,6 +1,5 @@
 // Image loader: how much it reads from its source, sparse chunks, fill order and the tags it
-// describes. Pixels in every layout, coding, window and row are compared with libtiff in
-// peer/WrittenPeerTest.
+// describes. Pixels in every layout, coding, window and row are compared with libtiff in peer/.
 #include "Subsystems/TiffImage/TiffImageLoad.h"
 #include "support/ImageModel.h"
 
@@ -18,87 +17,59 @@ using tiff::TiffImageLoader;
 namespace {
 
 // Counts what the loader reads from its source.
-class CountingSource : public tiff::TiffSource {
-public:
+struct CountingSource : tiff::TiffSource {
     CountingSource(Bytes bytes, size_t &reads, uint64_t &bytesRead)
-        : inner_(tiff::MakeMemorySource(std::move(bytes))), reads_(reads), bytesRead_(bytesRead) {}
-    bool Length(uint64_t &length) override { return inner_->Length(length); }
-    bool Seek(uint64_t position) override { return inner_->Seek(position); }
+        : inner(tiff::MakeMemorySource(std::move(bytes))), reads(reads), bytesRead(bytesRead) {}
+    bool Length(uint64_t &length) override { return inner->Length(length); }
+    bool Seek(uint64_t position) override { return inner->Seek(position); }
     size_t Read(void *dest, size_t size) override {
-        ++reads_;
-        bytesRead_ += size;
-        return inner_->Read(dest, size);
+        ++reads;
+        bytesRead += size;
+        return inner->Read(dest, size);
     }
-
-private:
-    std::unique_ptr<tiff::TiffSource> inner_;
-    size_t &reads_;
-    uint64_t &bytesRead_;
+    std::unique_ptr<tiff::TiffSource> inner;
+    size_t &reads;
+    uint64_t &bytesRead;
 };
 
-// Reads of a window, whole or row by row: the pixels, the number of source reads (each strip or
-// tile once, only those the window touches) and the bytes read.
+// Reads of a window, whole or row by row, through a source that lends no bytes: the pixels, the
+// number of source reads (each strip or tile once, only those the window touches) and the bytes
+// read. Uncompressed strips over 256 KiB are read in blocks of whole rows.
 TEST(LoaderReads, EachChunkOnceAndOnlyWhatTheWindowTouches) {
     const struct {
         const char *name;
-        std::function<void(ImageModel &)> set;
+        uint32_t width, height;
+        uint16_t bps = 8, compression = 1;
+        bool tiled = false;
+        uint32_t chunk; // tile size or rows per strip
         uint32_t x, y, w, h;
-        bool rowByRow;
-        size_t reads;      // 0: not counted
-        uint64_t maxBytes; // 0: not bounded
+        bool rowByRow = false;
+        size_t reads = 0;      // 0: not counted
+        uint64_t maxBytes = 0; // 0: not bounded
     } cases[] = {
         // Columns 0..4 of 7 tiles across, three bands down; only the band across is kept.
-        {"rows of tiles",
-         [](ImageModel &m) {
-             m.width = 100;
-             m.height = 40;
-             m.tiled = true;
-             m.chunkHeight = 16;
-             m.compression = 8;
-         },
-         10, 0, 70, 40, true, 15, 0},
-        {"whole image of strips",
-         [](ImageModel &m) {
-             m.width = 50;
-             m.height = 31;
-             m.compression = 32773;
-         },
-         0, 0, 50, 31, false, 11, 0},
-        {"ten rows of one 1.2 MB strip",
-         [](ImageModel &m) {
-             m.width = 2000;
-             m.height = 600;
-             m.chunkHeight = 600;
-         },
-         1000, 300, 50, 10, false, 0, 300000},
-        // Strips over 256 KiB uncompressed are read in blocks of whole rows: 124 rows here.
-        {"blocks of one strip",
-         [](ImageModel &m) {
-             m.width = 700;
-             m.height = m.chunkHeight = 500;
-             m.spp = 3;
-         },
-         0, 0, 700, 500, false, 5, 0},
-        {"1-bit rows across a block boundary at row 418",
-         [](ImageModel &m) {
-             m.width = 5001;
-             m.height = m.chunkHeight = 700;
-             m.bps = 1;
-         },
-         3, 400, 4990, 40, true, 0, 0},
-        {"inside one tile",
-         [](ImageModel &m) {
-             m.width = m.height = 200;
-             m.tiled = true;
-             m.chunkWidth = m.chunkHeight = 32;
-             m.compression = 8;
-         },
-         70, 100, 20, 20, false, 1, 0},
+        {.name = "rows of tiles", .width = 100, .height = 40, .compression = 8, .tiled = true,
+         .chunk = 16, .x = 10, .y = 0, .w = 70, .h = 40, .rowByRow = true, .reads = 15},
+        {.name = "whole image of strips", .width = 50, .height = 31, .compression = 32773,
+         .chunk = 3, .x = 0, .y = 0, .w = 50, .h = 31, .reads = 11},
+        {.name = "ten rows of one 1.2 MB strip", .width = 2000, .height = 600, .chunk = 600,
+         .x = 1000, .y = 300, .w = 50, .h = 10, .maxBytes = 300000},
+        {.name = "blocks of 124 rows", .width = 2100, .height = 500, .chunk = 500, .x = 0, .y = 0,
+         .w = 2100, .h = 500, .reads = 5},
+        {.name = "1-bit rows across a block boundary at row 418", .width = 5001, .height = 700,
+         .bps = 1, .chunk = 700, .x = 3, .y = 400, .w = 4990, .h = 40, .rowByRow = true},
+        {.name = "inside one tile", .width = 200, .height = 200, .compression = 8, .tiled = true,
+         .chunk = 32, .x = 70, .y = 100, .w = 20, .h = 20, .reads = 1},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         ImageModel m;
-        c.set(m);
+        m.width = c.width;
+        m.height = c.height;
+        m.bps = c.bps;
+        m.compression = c.compression;
+        m.tiled = c.tiled;
+        m.chunkWidth = m.chunkHeight = c.chunk;
         size_t reads = 0;
         uint64_t bytes = 0;
         CTiffReader reader;
