@@ -34,6 +34,11 @@ std::vector<Parameter> ReadParameters(const PJ *operation) {
     return parameters;
 }
 
+int CodeOf(const PJ *object) {
+    const char *code = object ? proj_get_id_code(object, 0) : nullptr;
+    return code ? std::atoi(code) : 0;
+}
+
 double FirstAxisFactor(const PJ *crs) {
     PjPtr cs(proj_crs_get_coordinate_system(Context(), crs));
     double factor = 0.0;
@@ -60,11 +65,6 @@ PjPtr FromDatabase(const char *code, PJ_CATEGORY category) {
 
 PjPtr FromDatabase(int code, PJ_CATEGORY category) {
     return FromDatabase(std::to_string(code).c_str(), category);
-}
-
-int CodeOf(const PJ *object) {
-    const char *code = object ? proj_get_id_code(object, 0) : nullptr;
-    return code ? std::atoi(code) : 0;
 }
 
 std::optional<Ellipsoid> ReadEllipsoid(const PJ *object) {
@@ -124,13 +124,12 @@ std::optional<System> ReadSystem(const PJ *crs) {
     if (system.type != PJ_TYPE_PROJECTED_CRS)
         return system;
     PjPtr conversion(proj_crs_get_coordoperation(Context(), crs));
-    const char *methodName = nullptr, *auth = nullptr, *methodCode = nullptr;
-    if (!conversion || !proj_coordoperation_get_method_info(Context(), conversion.get(),
-                                                            &methodName, &auth, &methodCode))
+    const char *auth = nullptr, *methodCode = nullptr;
+    if (!conversion || !proj_coordoperation_get_method_info(Context(), conversion.get(), nullptr,
+                                                            &auth, &methodCode))
         return std::nullopt;
     const bool epsg = auth && std::strcmp(auth, "EPSG") == 0;
     system.methodCode = epsg && methodCode ? std::atoi(methodCode) : 0;
-    system.methodName = methodName ? methodName : "";
     system.conversionName = proj_get_name(conversion.get());
     system.parameters = ReadParameters(conversion.get());
     return system;

@@ -44,7 +44,7 @@ struct System {
     Datum datum;
     double metresPerUnit = 0.0; // first axis; radians per unit for geographic systems
     int methodCode = 0;         // projected only; 0 for PROJ's own methods
-    std::string methodName, conversionName;
+    std::string conversionName;
     std::vector<Parameter> parameters;
 };
 
@@ -55,7 +55,6 @@ std::optional<System> ReadSystem(const PJ *crs); // projected or geographic
 
 // EPSG codes of a type, deprecated ones unless told not to.
 std::vector<int> Codes(PJ_TYPE type, bool deprecated = true);
-int CodeOf(const PJ *object);
 
 // TOWGS84 values of the geographic system as PROJ bounds it to WGS 84, if it does.
 std::optional<std::vector<double>> BoundToWgs84(int geographicCode);
