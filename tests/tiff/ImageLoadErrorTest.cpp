@@ -21,8 +21,16 @@ Edit Set(uint16_t tag, std::vector<uint64_t> values, uint16_t type = 3) {
 Edit Remove(uint16_t tag) {
     return [=](TiffWriter &, Directory &d) { d.Remove(tag); };
 }
-Edit Both(Edit first, Edit second) {
-    return [=](TiffWriter &b, Directory &d) { first(b, d), second(b, d); };
+Edit All(std::vector<Edit> edits) {
+    return [=](TiffWriter &b, Directory &d) {
+        for (const Edit &e : edits)
+            e(b, d);
+    };
+}
+// Rows of `width` bytes, one per strip, in strips of two PackBits bytes: at most 4224 bytes.
+Edit TwoByteRows(uint64_t width) {
+    return All({Set(256, {width}, 4), Set(257, {2}, 4), Set(278, {1}, 4),
+                Set(279, std::vector<uint64_t>(7, 2), 4)});
 }
 
 // The 37 x 21 model in seven strips of 111 bytes, or 3 x 2 tiles of 16 x 16 when tiled.
@@ -42,7 +50,7 @@ const ErrorCase kCases[] = {
     {"bits 0", 1, false, Set(258, {0}), false, -5, L"TiffImageInfo"},
     {"bits 65", 1, false, Set(258, {65}), false, -5, L"TiffImageInfo"},
     {"samples 0", 1, false, Set(277, {0}), false, -5, L"TiffImageInfo"},
-    {"mixed sample sizes", 1, false, Both(Set(277, {3}), Set(258, {8, 8, 16})), false, -6,
+    {"mixed sample sizes", 1, false, All({Set(277, {3}), Set(258, {8, 8, 16})}), false, -6,
      L"TiffImageInfo"},
     {"planar configuration 3", 1, false, Set(284, {3}), false, -5, L"TiffImageInfo"},
     {"tile width without length", 1, true, Remove(323), false, -5, L"TiffImageInfo"},
@@ -53,15 +61,16 @@ const ErrorCase kCases[] = {
     {"too few byte counts", 1, false, Set(279, {8, 8}, 4), false, -5, L"TiffChunkGrid"},
     {"Deflate without byte counts", 8, false, Remove(279), false, -5, L"TiffChunkGrid"},
     {"tile of 16 GiB", 1, true,
-     Both(Both(Set(322, {65536}, 4), Set(323, {65536}, 4)), Set(258, {32})), false, -4,
+     All({Set(322, {65536}, 4), Set(323, {65536}, 4), Set(258, {32})}), false, -4,
      L"TiffChunkGrid"},
     {"strip offset past the end", 1, false, Set(273, {8, 8, 8, 8, 8, 8, 100000}, 4), true, -3,
      L"TiffChunkGrid"},
     {"uncompressed strip too short", 1, false, Set(279, {111, 111, 111, 50, 111, 111, 111}, 4),
      true, -5, L"TiffChunkGrid"},
-    // One PackBits code of two bytes cannot make a 100000-byte row.
-    {"PackBits strip too short for its rows", 32773, false,
-     Both(Set(256, {100000}, 4), Set(279, {2, 2, 2, 2, 2, 2, 2}, 4)), true, -5, L"TiffChunkGrid"},
+    {"PackBits strip too short for its rows", 32773, false, TwoByteRows(4225), true, -5,
+     L"TiffChunkGrid"},
+    {"PackBits strip that may hold its rows", 32773, false, TwoByteRows(4224), true, -5,
+     L"TiffDecodeStrip"},
 };
 
 TEST(LoadErrors, RecordTheStatus) {
