@@ -1,11 +1,12 @@
-// The generated EPSG lists: findable, and the searches over them. Their contents are compared
-// with PROJ by the peer tests.
+// The generated EPSG lists: the searches over them, and what each method reads. Their contents
+// are compared with PROJ by the peer tests.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <string>
 
 #include "gcs/KnownLists.h"
+#include "gcs/MethodParameters.h"
 
 namespace {
 
@@ -14,31 +15,9 @@ using gcs::GCSKnownDatumsList;
 using gcs::GCSKnownEllipsoidsList;
 using gcs::GCSKnownLinearUnitsList;
 using gcs::GCSKnownSystemsList;
-
-const GCSDef &System(int32_t code) {
-    const int index = GCSKnownSystemsList.FindByPOSCNumber(code);
-    EXPECT_NE(index, 0) << "EPSG:" << code << " is not in the list";
-    return *GCSKnownSystemsList.GetSystem(index);
-}
-
-TEST(KnownLists, EverySystemIsCompleteAndFindableByItsCode) {
-    ASSERT_EQ(GCSKnownSystemsList.First(), 1);
-    EXPECT_EQ(GCSKnownSystemsList.GetType(0), gcs::CSType::Unknown);
-    EXPECT_EQ(GCSKnownSystemsList.GetSystem(GCSKnownSystemsList.Last() + 1), nullptr);
-    EXPECT_EQ(GCSKnownSystemsList.GetSystem(-1), nullptr);
-    for (int i = GCSKnownSystemsList.First(); i <= GCSKnownSystemsList.Last(); ++i) {
-        const GCSDef &system = *GCSKnownSystemsList.GetSystem(i);
-        const int32_t code = system.GetPOSC();
-        SCOPED_TRACE("EPSG:" + std::to_string(code));
-        ASSERT_EQ(GCSKnownSystemsList.GetType(i), gcs::CSType::Georeferenced);
-        ASSERT_EQ(GCSKnownSystemsList.EnumPOSC(i), code);
-        ASSERT_EQ(GCSKnownSystemsList.FindByPOSCNumber(code), i);
-        ASSERT_TRUE(system.HasProjection(true, false));
-        ASSERT_TRUE(system.HasDatum(true));
-        ASSERT_TRUE(system.GetProjection()->Validate());
-        ASSERT_EQ(system.GetProjection()->GetEllipsoid(), system.GetDatum()->GetEllipsoid());
-    }
-}
+using gcs::ProjectionMethod;
+using gcs::ProjectionParameters;
+using ID = gcs::ProjectionParameterID;
 
 TEST(KnownLists, UnknownCodesAreNotFound) {
     for (int32_t code : {0, -1, 1, 4325, 32600, 99999, 2147483647}) {
@@ -47,103 +26,97 @@ TEST(KnownLists, UnknownCodesAreNotFound) {
         EXPECT_EQ(GCSKnownEllipsoidsList.FindByPOSCNumber(code), -1) << code;
         EXPECT_EQ(GCSKnownLinearUnitsList.FindByPOSCNumber(code), -1) << code;
     }
-    EXPECT_EQ(GCSKnownLinearUnitsList.EnumDivider(-1), 0.0);
-    EXPECT_EQ(GCSKnownLinearUnitsList.EnumPOSC(GCSKnownLinearUnitsList.Last() + 1), 0);
+    EXPECT_EQ(GCSKnownSystemsList.GetSystem(GCSKnownSystemsList.Last() + 1), nullptr);
     EXPECT_EQ(GCSKnownDatumsList.GetDatum(GCSKnownDatumsList.Last() + 1), nullptr);
-    EXPECT_EQ(GCSKnownEllipsoidsList.EnumToken(1), "");
-}
-
-// Searches by name and token; the values themselves are compared with PROJ by the peer tests.
-TEST(KnownLists, DatumsAndEllipsoidsByNameAndToken) {
-    EXPECT_EQ(GCSKnownDatumsList.FindByName(L"North American Datum 1983"),
-              GCSKnownDatumsList.FindByPOSCNumber(6269));
-    EXPECT_TRUE(GCSKnownDatumsList.GetDatum(0)->IsUnknown());
-    EXPECT_TRUE(GCSKnownDatumsList.GetDatum(1)->IsUserDefined());
-
-    const int clarke = GCSKnownEllipsoidsList.FindByToken("ELLIPSOID_CLARKE_1866");
-    ASSERT_GE(clarke, GCSKnownEllipsoidsList.First());
-    EXPECT_EQ(GCSKnownEllipsoidsList.EnumPOSC(clarke), 7008);
-    EXPECT_EQ(GCSKnownEllipsoidsList.FindByToken(L"ellipsoid_clarke_1866"), clarke);
-    EXPECT_EQ(GCSKnownEllipsoidsList.FindByToken("ELLIPSOID_CLARKE"), -1);
-    // Two EPSG ellipsoids share a name; the current one keeps the plain token.
-    EXPECT_EQ(GCSKnownEllipsoidsList.EnumPOSC(
-                  GCSKnownEllipsoidsList.FindByToken("ELLIPSOID_GRS_1980_AUTHALIC_SPHERE")),
-              7048);
 }
 
 TEST(KnownLists, EllipsoidsByDimensions) {
-    struct Case {
+    const struct {
         double major, flattening;
         int32_t expected; // 0: not found
-    };
-    const Case cases[] = {
+    } cases[] = {
         {6378137.0, 1 / 298.257223563, 7030},     // WGS 84, not GEM 10C (same figures)
         {6378137.0, 1 / 298.257222101, 7019},     // GRS 1980, not CGCS2000 (same figures)
         {6378206.4, 0.0033900753039287634, 7008}, // Clarke 1866 from its radii
         {6378206.4004, 0.0033900753039287634, 7008},
         {6378206.41, 0.0033900753039287634, 0}, // 1 cm off
         {6370997.0, 0.0, 7052},                 // the current of two equal spheres
-        {6378388.0, 1 / 297.0, 7022},
         {6000000.0, 0.0, 0},
         {NAN, 0.0, 0},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         const int index = GCSKnownEllipsoidsList.FindByDimensions(c.major, c.flattening);
         EXPECT_EQ(index < 0 ? 0 : GCSKnownEllipsoidsList.EnumPOSC(index), c.expected)
             << c.major << " " << c.flattening;
     }
 }
 
-TEST(KnownLists, LinearUnitsByDivider) {
-    struct Case {
-        double divider, tolerance;
-        int32_t expected; // 0: not found
-    };
-    const Case cases[] = {
-        {1.0, 0.0001, 9001},
-        {3.2808399, 0.0001, 9002}, // nearer the foot than the US survey foot
-        {3.2808333, 0.0001, 9003},
-        {1 / 1.0000135965, 1e-9, 9031}, // German legal metre, near but not the metre
-        {3.29, 0.0001, 0},
-        {-1.0, 0.0001, 0},
-        {1.0, -1.0, 0},
-        {INFINITY, 1.0, 0},
-    };
-    for (const Case &c : cases) {
-        const int index = GCSKnownLinearUnitsList.FindByDivider(c.divider, c.tolerance);
-        EXPECT_EQ(index < 0 ? 0 : GCSKnownLinearUnitsList.EnumPOSC(index), c.expected) << c.divider;
+// A value EPSG gives that the method's table leaves out would be ignored by comparisons.
+TEST(MethodParameters, EveryValueTheListHoldsIsOneItsMethodReads) {
+    const ProjectionParameters defaults;
+    for (int i = GCSKnownSystemsList.First(); i <= GCSKnownSystemsList.Last(); ++i) {
+        const ProjectionParameters &p =
+            GCSKnownSystemsList.GetSystem(i)->GetProjection()->GetParameters();
+        SCOPED_TRACE("EPSG:" + std::to_string(GCSKnownSystemsList.EnumPOSC(i)));
+        for (ID id : {ID::LinearScale, ID::XOrg, ID::YOrg, ID::Lon0, ID::Lon1, ID::Lon2, ID::Lat0,
+                      ID::Lat1, ID::Lat2, ID::ScaleFactor, ID::Azimuth, ID::South, ID::GridAngle,
+                      ID::Height}) {
+            // A geographic system's LinearScale is its axis unit, held but not compared.
+            if (p.method == ProjectionMethod::Geographic && id == ID::LinearScale)
+                continue;
+            if (!gcs::MethodUsesParameter(p.method, p.option, id)) {
+                EXPECT_EQ(p.Get(id), defaults.Get(id)) << "parameter " << static_cast<int>(id);
+            }
+        }
+        EXPECT_EQ(p.option & ~gcs::MethodOptionBits(p.method), 0);
     }
 }
 
-TEST(KnownLists, FindSystemByValue) {
-    // By its own code first.
-    const int bng = GCSKnownSystemsList.FindByPOSCNumber(27700);
-    EXPECT_EQ(GCSKnownSystemsList.FindSystem(System(27700), false, false), bng);
+// The search by value: units and tolerance matter, and of several equal entries the code a
+// definition was built from is the answer, not the first equal one.
+TEST(KnownLists, FindSystem) {
+    const gcs::CSList &list = GCSKnownSystemsList;
+    const struct {
+        int32_t code;
+        int32_t lowerEqual; // an equal entry earlier in the list
+    } cases[] = {
+        {25832, 3044},  // ETRS89 / UTM zone 32N, and the same with north-east axes
+        {32635, 4037},  // WGS 84 / UTM zone 35N, and WGS 84 / TMzn35N
+        {32115, 32111}, // NAD83 / New York East, and New Jersey
+        {4326, 4326},   // WGS 84 itself
+    };
+    for (const auto &c : cases) {
+        const int wanted = list.FindByPOSCNumber(c.code);
+        EXPECT_EQ(list.FindSystem(*list.GetSystem(wanted), false, false), wanted) << c.code;
+        GCSDef definition = *list.GetSystem(wanted);
+        definition.SetPOSC(0);
+        EXPECT_EQ(list.FindSystem(definition, true, false, c.code), wanted) << c.code;
+        EXPECT_EQ(list.EnumPOSC(list.FindSystem(definition, true, false)), c.lowerEqual)
+            << c.code << " without a preference";
+        // A preferred code whose entry differs does not win.
+        EXPECT_EQ(list.EnumPOSC(list.FindSystem(definition, true, false, 27700)), c.lowerEqual)
+            << c.code << " preferring another system";
+    }
 
-    // Without code: a value search, and the same projection in feet is another system.
-    GCSDef feet = System(2227);
-    feet.SetPOSC(0);
-    EXPECT_EQ(GCSKnownSystemsList.EnumPOSC(GCSKnownSystemsList.FindSystem(feet, true, false)),
-              2227);
-    GCSDef metres = feet;
+    // The same projection in feet is another system, unless units are ignored.
+    GCSDef metres = *list.GetSystem(list.FindByPOSCNumber(2227));
+    metres.SetPOSC(0);
     gcs::ProjectionDef inMetres = *metres.GetProjection();
-    inMetres.SetParameter(gcs::ProjectionParameterID::LinearScale, 1.0);
+    inMetres.SetParameter(ID::LinearScale, 1.0);
     metres.SetProjection(&inMetres);
-    EXPECT_EQ(GCSKnownSystemsList.EnumPOSC(GCSKnownSystemsList.FindSystem(metres, true, false)),
-              26943);
-    EXPECT_EQ(GCSKnownSystemsList.EnumPOSC(GCSKnownSystemsList.FindSystem(metres, true, true)),
-              2227); // units ignored: the lowest current code
+    EXPECT_EQ(list.EnumPOSC(list.FindSystem(metres, true, false)), 26943);
+    EXPECT_EQ(list.EnumPOSC(list.FindSystem(metres, true, true)), 2227); // the lowest code
 
     // A value within tolerance is found only approximately; a real change is not found.
     gcs::ProjectionDef nudged = inMetres;
-    nudged.SetParameter(gcs::ProjectionParameterID::XOrg, inMetres.GetParameters().xOrg + 1e-4);
+    nudged.SetParameter(ID::XOrg, inMetres.GetParameters().xOrg + 1e-4);
     metres.SetProjection(&nudged);
-    EXPECT_EQ(GCSKnownSystemsList.FindSystem(metres, false, false), 0);
-    EXPECT_NE(GCSKnownSystemsList.FindSystem(metres, true, false), 0);
-    nudged.SetParameter(gcs::ProjectionParameterID::Lat0, 36.6);
+    EXPECT_EQ(list.FindSystem(metres, false, false), 0);
+    EXPECT_NE(list.FindSystem(metres, true, false), 0);
+    nudged.SetParameter(ID::Lat0, 36.6);
     metres.SetProjection(&nudged);
-    EXPECT_EQ(GCSKnownSystemsList.FindSystem(metres, true, false), 0);
-    EXPECT_EQ(GCSKnownSystemsList.FindSystem(GCSDef(), true, true), 0);
+    EXPECT_EQ(list.FindSystem(metres, true, false), 0);
+    EXPECT_EQ(list.FindSystem(GCSDef(), true, true), 0);
 }
 
 } // namespace
