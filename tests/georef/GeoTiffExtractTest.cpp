@@ -42,14 +42,6 @@ const gcs::ProjectionParameters &Params(const GeoTiffPieces &pieces) {
 }
 
 TEST(GeoTiffExtractPCS, LinearAndAngularUnits) {
-    GeoTiffParams feet = Projected(1);
-    feet.ProjLinearUnits = 9002;
-    feet.ProjFalseEasting = 1640419.9475065616;
-    GeoTiffPieces pieces = Decide(feet);
-    EXPECT_NEAR(Params(pieces).xOrg, 500000.0, 1e-9);
-    EXPECT_EQ(Params(pieces).linearScale, 3.280839895013123);
-    EXPECT_EQ(pieces.linearUnitsPerMeter, 3.280839895013123);
-
     GeoTiffParams radians = Projected(1);
     radians.GeogAngularUnits = 9101;
     radians.ProjOriginLong = 0.1;
@@ -180,24 +172,6 @@ TEST(GeoTiffExtractPCS, PredefinedSystemWithGapsFilled) {
     EXPECT_EQ(q.ellipsoid.GetPOSC(), 7030);
 }
 
-TEST(GeoTiffExtractPCS, MissingOutputsAndOtherModels) {
-    GeoTiffParams p = Projected(1);
-    gcs::ProjectionDef projection;
-    gcs::DatumDef datum;
-    gcs::WarpDef warp;
-    EXPECT_FALSE(GeoTiffExtractPCS(p, nullptr, &datum, &warp, nullptr));
-    EXPECT_FALSE(GeoTiffExtractPCS(p, &projection, nullptr, &warp, nullptr));
-    EXPECT_FALSE(GeoTiffExtractPCS(p, &projection, &datum, nullptr, nullptr));
-    p.GTModelType = 2;
-    p.ProjFalseEasting = 10;
-    p.ProjLinearUnits = 9002;
-    double u = -1;
-    EXPECT_TRUE(GeoTiffExtractPCS(p, &projection, &datum, &warp, &u));
-    EXPECT_EQ(u, -1);                  // not a projected model: nothing computed
-    EXPECT_EQ(p.ProjFalseEasting, 10); // nor converted
-    EXPECT_TRUE(projection.IsUnknown(false));
-}
-
 TEST(GeoTiffDecide, EllipsoidsFromKeys) {
     struct Case {
         const char *what;
@@ -280,7 +254,7 @@ TEST(GeoTiffDecide, UserDefinedDatumFromToWGS84) {
     p.GeogToWGS84 = {-87, -98, -121};
     p.GeogPrimeMeridianLong = 2.5;
     p.GeogEllipsoid = 7022;
-    GeoTiffPieces pieces = Decide(p);
+    const GeoTiffPieces pieces = Decide(p);
     const gcs::DatumDef &three = pieces.datum;
     EXPECT_EQ(three.GetMethod(), DatumMethod::ThreeParameter);
     EXPECT_TRUE(three.IsUserDefined());
@@ -290,36 +264,10 @@ TEST(GeoTiffDecide, UserDefinedDatumFromToWGS84) {
     EXPECT_EQ(three.GetEllipsoid().GetPOSC(), 7022);
     EXPECT_EQ(pieces.projection.GetMethod(), ProjectionMethod::Geographic);
 
-    p.GeogToWGS84 = {1, 2, 3, 4, 5, 6, 7};
-    p.GeogEllipsoid = 0;
-    pieces = Decide(p);
-    EXPECT_EQ(pieces.datum.GetMethod(), DatumMethod::SevenParameter);
-    EXPECT_EQ(pieces.datum.GetParameter(DatumParameterID::RotationX), 4);
-    EXPECT_EQ(pieces.datum.GetParameter(DatumParameterID::Scale), 7);
-    EXPECT_TRUE(pieces.datum.GetEllipsoid().IsUnknown());
-
     for (size_t n : {1, 2, 4, 6, 8}) {
         p.GeogToWGS84.assign(n, 1.0);
         EXPECT_TRUE(Decide(p).datum.IsUnknown()) << n;
     }
-}
-
-TEST(GeoTiffDecide, ProjectionGetsAnEllipsoidAndLocalGrids) {
-    GeoTiffParams p = Projected(1);
-    p.GeogGeodeticDatum = 6326;
-    EXPECT_EQ(Decide(p).projection.GetEllipsoid().GetPOSC(), 7030); // the datum's
-    p.GeogGeodeticDatum = 0;
-    EXPECT_EQ(Decide(p).projection.GetEllipsoid().GetPOSC(), 7008); // Clarke 1866
-
-    GeoTiffParams none;
-    none.GTModelType = 1;
-    const GeoTiffPieces grid = Decide(none);
-    EXPECT_EQ(grid.projection.GetMethod(), ProjectionMethod::Planar);
-    EXPECT_TRUE(grid.projection.GetEllipsoid().IsUnknown());
-
-    const GeoTiffPieces nothing = Decide(GeoTiffParams{});
-    EXPECT_TRUE(nothing.projection.IsUnknown(false));
-    EXPECT_TRUE(nothing.datum.IsUnknown());
 }
 
 const char *const kEsriUtm10 =

@@ -65,26 +65,6 @@ TEST(GeoTiffExtractKeys, UnusableDirectoryLeavesTheBundleAHeaderClearsIt) {
     }
 }
 
-TEST(GeoTiffExtractKeys, ShortsDoublesAndTextsInFileOrder) {
-    GeoTiffBuilder builder;
-    builder.Keys({{3082, 34736, 1, 1},
-                  {1024, 0, 2, 1}, // in place: the count is ignored
-                  {1026, 34737, 6, 0},
-                  {2062, 34736, 3, 2},
-                  {3073, 34737, 4, 6}});
-    builder.Doubles(34736, {7.0, 500000.0, 1.0, 2.0, 3.0});
-    builder.Text(34737, "WGS84|UTM|");
-    const Extracted r = Extract(builder);
-    ASSERT_TRUE(r.ok);
-    EXPECT_EQ(Entries(r.bundle), (std::vector<std::vector<uint16_t>>{{1024, 0, 1, 1},
-                                                                     {1026, 34737, 6, 0},
-                                                                     {2062, 34736, 3, 1},
-                                                                     {3073, 34737, 4, 7},
-                                                                     {3082, 34736, 1, 0}}));
-    EXPECT_EQ(r.bundle.TextStore(), "WGS84||UTM|");
-    EXPECT_EQ(r.bundle.Doubles(), (std::vector<double>{500000.0, 1.0, 2.0, 3.0}));
-}
-
 TEST(GeoTiffExtractKeys, ReferencesAtAndPastTheEndOfTheirTag) {
     struct Case {
         const char *what;
@@ -153,9 +133,10 @@ TEST(GeoTiffExtractKeys, UnusableStoresDropTheirKeys) {
 TEST(GeoTiffExtractKeys, OddLocationsTextsAndPartialEntries) {
     GeoTiffBuilder builder;
     // A key kept in the directory itself (location 34735) is skipped; the text stops at its
-    // NUL; the last entry has two of its four words and reads the rest as 0.
+    // NUL; a count in place is read as 1; the last entry has two of its four words and reads
+    // the rest as 0.
     builder.Shorts(34735,
-                   {1, 1, 0, 4, 3074, 34735, 1, 2, 1026, 34737, 5, 0, 1024, 0, 1, 1, 3080, 0});
+                   {1, 1, 0, 4, 3074, 34735, 1, 2, 1026, 34737, 5, 0, 1024, 0, 2, 1, 3080, 0});
     builder.Text(34737, std::string("AB\0CD", 5) + "|", 2, false);
     const Extracted r = Extract(builder);
     ASSERT_TRUE(r.ok);
@@ -181,23 +162,6 @@ TEST(GeoTiffExtractKeys, ImagesAndByteOrders) {
         for (int image : {0, 3}) // no such image: nothing to read
             EXPECT_EQ(Entries(Extract(builder, image).bundle), kMarkerOnly);
     }
-}
-
-TEST(GeoTiffExtractKeys, ByPathAndUnopenableFiles) {
-    GeoTiffBuilder builder;
-    builder.Keys({{1024, 0, 1, 2}});
-    GeoKeyBundle bundle;
-    EXPECT_TRUE(GeoTiffExtractKeys(builder.Write("keys_by_path.tif"), 1, bundle));
-    EXPECT_EQ(bundle.GetShort(1), 2);
-
-    shr::ErrorRecord error;
-    bundle.Clear();
-    bundle.AddShort(1024, 7);
-    EXPECT_FALSE(GeoTiffExtractKeys(L"no/such/file.tif", 1, bundle, &error));
-    EXPECT_EQ(error.code, -2);
-    EXPECT_EQ(bundle.GetShort(1), 7);
-    EXPECT_FALSE(GeoTiffExtractKeys(L"", 1, bundle, &error));
-    EXPECT_EQ(error.code, -1);
 }
 
 TEST(GeoTiffExtractKeys, ManyKeysInReverseOrderStayBounded) {
