@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <functional>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -240,63 +239,54 @@ struct BadWarpCase {
 };
 
 std::vector<BadWarpCase> BadWarps() {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    std::vector<BadWarpCase> cases;
-    cases.push_back({"no method", MakeWarp(WarpMethod::None, kPixels, Affine), L"no method"});
-    cases.push_back({"unknown method", MakeWarp(WarpMethod::Affine, kPixels, Affine),
-                     L"Unknown warp method 8", 8});
-    const MethodCase *last = std::end(kMethodCases);
-    for (const MethodCase *m = std::begin(kMethodCases); m != last; ++m)
-        cases.push_back({m->name, MakeWarp(m->method, FirstPixels(m->minimumPoints - 1), m->truth),
-                         L"needs at least"});
-    WarpDef unpaired = MakeWarp(WarpMethod::Affine, FirstPixels(4), Affine);
-    unpaired.AddSourcePoint({1, 1});
-    cases.push_back({"unpaired", unpaired, L"pair up"});
-    cases.push_back({"repeated", MakeWarp(WarpMethod::Affine, {{0, 0}, {10, 0}, {0, 0}}, Affine),
-                     L"points 1 and 3"});
-    const std::vector<Vec2d> eleven = {{5, 5}, {1, 2}, {3, 4}, {6, 1}, {9, 9}, {2, 8},
-                                       {8, 2}, {7, 3}, {4, 6}, {0, 9}, {1, 2}};
-    cases.push_back({"repeated over many", MakeWarp(WarpMethod::Polynomial3, eleven, Cubic),
-                     L"points 2 and 11"});
-    cases.push_back({"collinear three",
-                     MakeWarp(WarpMethod::Affine, {{0, 0}, {10, 10}, {25, 25}}, Affine),
-                     L"collinear"});
-    cases.push_back(
-        {"projective three collinear",
-         MakeWarp(WarpMethod::Projective, {{0, 0}, {50, 0}, {100, 0}, {0, 100}}, Affine),
-         L"projective"});
+    const auto point = [](const Vec2d &) { return Vec2d(7, 7); };
+    const auto coefficients = [](double a, double b, double c, double d, double e, double f) {
+        WarpDef warp;
+        warp.SetMethod(WarpMethod::Coefficients);
+        if (!std::isnan(a))
+            warp.SetCoefficients(a, b, c, d, e, f);
+        return warp;
+    };
     std::vector<Vec2d> circle, cubicCurve;
     for (int i = 0; i < 10; ++i) {
         circle.emplace_back(100 * std::cos(0.6 * i), 100 * std::sin(0.6 * i));
         cubicCurve.emplace_back(10.0 * i, 1.0 * i * i * i - 3.0 * i);
     }
     circle.resize(6);
-    cases.push_back(
-        {"six on a conic", MakeWarp(WarpMethod::Polynomial2, circle, Affine), L"common curve"});
-    cases.push_back(
-        {"ten on a cubic", MakeWarp(WarpMethod::Polynomial3, cubicCurve, Affine), L"common curve"});
+    const std::vector<Vec2d> eleven = {{5, 5}, {1, 2}, {3, 4}, {6, 1}, {9, 9}, {2, 8},
+                                       {8, 2}, {7, 3}, {4, 6}, {0, 9}, {1, 2}};
+    WarpDef unpaired = MakeWarp(WarpMethod::Affine, FirstPixels(4), Affine);
+    unpaired.AddSourcePoint({1, 1});
     WarpDef withNan = MakeWarp(WarpMethod::Affine, FirstPixels(3), Affine);
-    withNan.AddControlPoint({1, nan}, {2, 3});
-    cases.push_back({"nan source", withNan, L"source point 4"});
-    cases.push_back(
-        {"collapsed destination",
-         MakeWarp(WarpMethod::Affine, FirstPixels(5), [](const Vec2d &) { return Vec2d(7, 7); }),
-         L"cannot be inverted"});
-    cases.push_back({"destination on a line",
-                     MakeWarp(WarpMethod::Similarity, FirstPixels(2),
-                              [](const Vec2d &) { return Vec2d(7, 7); }),
-                     L"cannot be inverted"});
-    WarpDef noCoefficients;
-    noCoefficients.SetMethod(WarpMethod::Coefficients);
-    cases.push_back({"no coefficients", noCoefficients, L"has none"});
-    WarpDef singular;
-    singular.SetMethod(WarpMethod::Coefficients);
-    singular.SetCoefficients(2, 4, 0, 1, 2, 0);
-    cases.push_back({"singular coefficients", singular, L"cannot be inverted"});
-    WarpDef infinite;
-    infinite.SetMethod(WarpMethod::Coefficients);
-    infinite.SetCoefficients(2, 0, std::numeric_limits<double>::infinity(), 0, 2, 0);
-    cases.push_back({"infinite coefficients", infinite, L"cannot be inverted"});
+    withNan.AddControlPoint({1, NAN}, {2, 3});
+    std::vector<BadWarpCase> cases = {
+        {"no method", MakeWarp(WarpMethod::None, kPixels, Affine), L"no method"},
+        {"unknown method", MakeWarp(WarpMethod::Affine, kPixels, Affine), L"Unknown warp method 8",
+         8},
+        {"unpaired", unpaired, L"pair up"},
+        {"repeated", MakeWarp(WarpMethod::Affine, {{0, 0}, {10, 0}, {0, 0}}, Affine),
+         L"points 1 and 3"},
+        {"repeated over many", MakeWarp(WarpMethod::Polynomial3, eleven, Cubic),
+         L"points 2 and 11"},
+        {"collinear", MakeWarp(WarpMethod::Affine, {{0, 0}, {10, 10}, {25, 25}}, Affine),
+         L"collinear"},
+        {"projective three collinear",
+         MakeWarp(WarpMethod::Projective, {{0, 0}, {50, 0}, {100, 0}, {0, 100}}, Affine),
+         L"projective"},
+        {"six on a conic", MakeWarp(WarpMethod::Polynomial2, circle, Affine), L"common curve"},
+        {"ten on a cubic", MakeWarp(WarpMethod::Polynomial3, cubicCurve, Affine), L"common curve"},
+        {"nan source", withNan, L"source point 4"},
+        {"collapsed destination", MakeWarp(WarpMethod::Affine, FirstPixels(5), point),
+         L"cannot be inverted"},
+        {"destination on a line", MakeWarp(WarpMethod::Similarity, FirstPixels(2), point),
+         L"cannot be inverted"},
+        {"no coefficients", coefficients(NAN, 0, 0, 0, 0, 0), L"has none"},
+        {"singular coefficients", coefficients(2, 4, 0, 1, 2, 0), L"cannot be inverted"},
+        {"infinite coefficients", coefficients(2, 0, INFINITY, 0, 2, 0), L"cannot be inverted"},
+    };
+    for (const MethodCase &m : kMethodCases)
+        cases.push_back({m.name, MakeWarp(m.method, FirstPixels(m.minimumPoints - 1), m.truth),
+                         L"needs at least"});
     return cases;
 }
 
