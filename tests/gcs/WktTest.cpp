@@ -64,11 +64,12 @@ bool Convert(const std::string &wkt, gcs::GCSDef &def) {
 
 } // namespace
 
+// What PROJ never writes (the peer test reads what it does): round brackets, doubled quotes,
+// an exponent, and text after the tree.
 TEST(WktNode, ReadsTheTree) {
     gcsfile::WktNode root;
     std::wstring message;
-    ASSERT_TRUE(gcsfile::ParseWkt(" unit ( \"a \"\"quoted\"\" name\" , -1.5e2, AUTHORITY[\"EPSG\","
-                                  "9001], EAST ) |citation rest",
+    ASSERT_TRUE(gcsfile::ParseWkt(" unit ( \"a \"\"quoted\"\" name\" , -1.5e2, EAST ) |citation",
                                   root, message))
         << shr::WtoA(message);
     EXPECT_EQ(root.keyword, "UNIT");
@@ -77,12 +78,7 @@ TEST(WktNode, ReadsTheTree) {
     double value = 0.0;
     EXPECT_TRUE(root.Number(1, value));
     EXPECT_EQ(value, -150.0);
-    EXPECT_EQ(root.atoms[2].kind, gcsfile::WktAtom::Kind::Word);
-    EXPECT_EQ(root.atoms[2].text, "EAST");
-    ASSERT_NE(root.Find("AUTHORITY"), nullptr);
-    EXPECT_EQ(root.Find("AUTHORITY")->atoms[1].number, 9001.0);
     EXPECT_EQ(root.Text(1), nullptr); // a number is not text
-    EXPECT_FALSE(root.Number(0, value));
 }
 
 // A datum name that is no EPSG datum's makes a user-defined datum; its ellipsoid is found by
