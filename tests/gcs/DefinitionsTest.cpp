@@ -35,6 +35,9 @@ namespace Option = gcs::ProjectionOption;
 
 const EllipsoidDef kWgs84 = EllipsoidDef::FromFlattening(6378137.0, 1 / 298.257223563);
 const EllipsoidDef kClarke1866 = EllipsoidDef::FromMinorRadius(6378206.4, 6356583.8);
+// GRS 1980 differs from WGS 84 by 0.1 mm in the minor radius; kMoved by 2 mm in the major.
+const EllipsoidDef kGrs80 = EllipsoidDef::FromFlattening(6378137.0, 1 / 298.257222101);
+const EllipsoidDef kMoved = EllipsoidDef::FromFlattening(6378137.002, 1 / 298.257223563);
 
 // A complete transverse Mercator (or the given method on the same values).
 PP UtmLike(M method = M::TransverseMercator, int32_t option = 0) {
@@ -102,6 +105,8 @@ TEST(ProjectionDef, ValidateRefusesWhatCannotBeAProjection) {
 
 // Both directions, with and without tolerance; a method's unread parameters never count.
 TEST(ProjectionDef, CompareParameters) {
+    constexpr M TM = M::TransverseMercator;
+    constexpr int32_t Natural = Option::NaturalOrigin, PolarB = Option::PolarVariantB;
     const struct {
         const char *what;
         M method;
@@ -111,40 +116,54 @@ TEST(ProjectionDef, CompareParameters) {
         const wchar_t *named; // in the difference text
     } cases[] = {
         // clang-format off
-        {"same", M::TransverseMercator, 0, [](PP &) {}, true, true, L""},
-        {"unit 0 is metres", M::TransverseMercator, 0, [](PP &p) { p.linearScale = 0.0; }, true, true, L""},
-        {"half a millimetre", M::TransverseMercator, 0, [](PP &p) { p.xOrg += 0.0005; }, true, false, L""},
-        {"two millimetres", M::TransverseMercator, 0, [](PP &p) { p.yOrg += 0.002; }, false, false, L"northing"},
-        {"across the seam", M::TransverseMercator, 0, [](PP &p) { p.lon0 += 360.0; }, true, false, L""},
-        {"Lat0", M::TransverseMercator, 0, [](PP &p) { p.lat0 = 1e-8; }, false, false, L"Lat0"},
-        {"feet", M::TransverseMercator, 0, [](PP &p) { p.linearScale = 3.280839895013123; }, false, false, L"linear scale"},
-        {"method", M::TransverseMercator, 0, [](PP &p) { p.method = M::UTM; }, false, false, L"method"},
-        {"option bit it ignores", M::TransverseMercator, 0, [](PP &p) { p.option = 0x200; }, true, true, L""},
-        {"names only", M::TransverseMercator, 0, [](PP &p) { p.ellipsoid.SetName(L"named"); }, true, true, L""},
-        {"no ellipsoid", M::TransverseMercator, 0, [](PP &p) { p.ellipsoid = EllipsoidDef(); }, false, false, L"ellipsoid"},
-        // GRS 1980 and WGS 84 differ by 0.1 mm in the minor radius.
-        {"GRS 1980", M::TransverseMercator, 0, [](PP &p) { p.ellipsoid = EllipsoidDef::FromFlattening(6378137.0, 1 / 298.257222101); }, true, false, L""},
-        {"2 mm on the major axis", M::TransverseMercator, 0, [](PP &p) { p.ellipsoid = EllipsoidDef::FromFlattening(6378137.002, 1 / 298.257223563); }, false, false, L"ellipsoid"},
-        {"TM south", M::TransverseMercator, 0, [](PP &p) { p.south = 1; }, true, true, L""},
-        {"TM spherical bit", M::TransverseMercator, 0, [](PP &p) { p.option = Option::Spherical; }, true, true, L""},
+        {"same", TM, 0, [](PP &) {}, true, true, L""},
+        {"unit 0 is metres", TM, 0, [](PP &p) { p.linearScale = 0.0; }, true, true, L""},
+        {"half a millimetre", TM, 0, [](PP &p) { p.xOrg += 0.0005; }, true, false, L""},
+        {"two millimetres", TM, 0, [](PP &p) { p.yOrg += 0.002; }, false, false, L"northing"},
+        {"across the seam", TM, 0, [](PP &p) { p.lon0 += 360.0; }, true, false, L""},
+        {"Lat0", TM, 0, [](PP &p) { p.lat0 = 1e-8; }, false, false, L"Lat0"},
+        {"feet", TM, 0, [](PP &p) { p.linearScale = 3.280839895013123; },
+         false, false, L"linear scale"},
+        {"method", TM, 0, [](PP &p) { p.method = M::UTM; }, false, false, L"method"},
+        {"option bit it ignores", TM, 0, [](PP &p) { p.option = 0x200; }, true, true, L""},
+        {"names only", TM, 0, [](PP &p) { p.ellipsoid.SetName(L"named"); }, true, true, L""},
+        {"no ellipsoid", TM, 0, [](PP &p) { p.ellipsoid = EllipsoidDef(); },
+         false, false, L"ellipsoid"},
+        {"GRS 1980", TM, 0, [](PP &p) { p.ellipsoid = kGrs80; }, true, false, L""},
+        {"2 mm on the major axis", TM, 0, [](PP &p) { p.ellipsoid = kMoved; },
+         false, false, L"ellipsoid"},
+        {"TM south", TM, 0, [](PP &p) { p.south = 1; }, true, true, L""},
+        {"TM spherical bit", TM, 0, [](PP &p) { p.option = Option::Spherical; }, true, true, L""},
         {"UTM south", M::UTM, 0, [](PP &p) { p.south = 1; }, false, false, L""},
         {"LAEA Lat1", M::LambertAzimuthalEqualArea, 0, [](PP &p) { p.lat1 = 52; }, true, true, L""},
-        {"LAEA Lat0", M::LambertAzimuthalEqualArea, 0, [](PP &p) { p.lat0 = 52; }, false, false, L""},
-        {"Hotine Lon1", M::HotineObliqueMercator, Option::NaturalOrigin, [](PP &p) { p.lon1 = 7.4; }, true, true, L""},
-        {"Hotine grid angle", M::HotineObliqueMercator, Option::NaturalOrigin, [](PP &p) { p.gridAngle = 90; }, false, false, L""},
-        {"Hotine origin form", M::HotineObliqueMercator, Option::NaturalOrigin, [](PP &p) { p.option = 0; }, false, false, L""},
-        {"two-point Lon2", M::HotineObliqueMercatorTwoPoint, 0, [](PP &p) { p.lon2 = 10; }, false, false, L""},
-        {"oblique stereographic Lat1", M::Stereographic, 0, [](PP &p) { p.lat1 = 70; }, true, true, L""},
-        {"oblique stereographic scale", M::Stereographic, 0, [](PP &p) { p.scaleFactor = 0.9999; }, false, false, L""},
-        {"polar B Lat1", M::Stereographic, Option::PolarVariantB, [](PP &p) { p.lat1 = 70; }, false, false, L""},
-        {"polar B scale", M::Stereographic, Option::PolarVariantB, [](PP &p) { p.scaleFactor = 0.9999; }, true, true, L""},
-        {"Mercator spherical bit", M::Mercator, 0, [](PP &p) { p.option = Option::Spherical; }, false, false, L""},
+        {"LAEA Lat0", M::LambertAzimuthalEqualArea, 0, [](PP &p) { p.lat0 = 52; },
+         false, false, L""},
+        {"Hotine Lon1", M::HotineObliqueMercator, Natural, [](PP &p) { p.lon1 = 7.4; },
+         true, true, L""},
+        {"Hotine grid angle", M::HotineObliqueMercator, Natural, [](PP &p) { p.gridAngle = 90; },
+         false, false, L""},
+        {"Hotine origin form", M::HotineObliqueMercator, Natural, [](PP &p) { p.option = 0; },
+         false, false, L""},
+        {"two-point Lon2", M::HotineObliqueMercatorTwoPoint, 0, [](PP &p) { p.lon2 = 10; },
+         false, false, L""},
+        {"oblique stereographic Lat1", M::Stereographic, 0, [](PP &p) { p.lat1 = 70; },
+         true, true, L""},
+        {"oblique stereographic scale", M::Stereographic, 0, [](PP &p) { p.scaleFactor = 0.9999; },
+         false, false, L""},
+        {"polar B Lat1", M::Stereographic, PolarB, [](PP &p) { p.lat1 = 70; }, false, false, L""},
+        {"polar B scale", M::Stereographic, PolarB, [](PP &p) { p.scaleFactor = 0.9999; }, true,
+         true, L""},
+        {"Mercator spherical bit", M::Mercator, 0, [](PP &p) { p.option = Option::Spherical; },
+         false, false, L""},
         {"Mercator Lat1", M::Mercator, 0, [](PP &p) { p.lat1 = 41; }, false, false, L""},
         {"Robinson Lat0", M::Robinson, 0, [](PP &p) { p.lat0 = 10; }, true, true, L""},
         {"Colombia height", M::ColombiaUrban, 0, [](PP &p) { p.height = 2550; }, false, false, L""},
-        {"geographic ellipsoid", M::Geographic, 0, [](PP &p) { p.ellipsoid = EllipsoidDef(); }, true, true, L""},
-        {"geographic grads", M::Geographic, 0, [](PP &p) { p.linearScale = 400.0 / 360.0; }, true, true, L""},
-        {"planar ellipsoid", M::Planar, 0, [](PP &p) { p.ellipsoid = EllipsoidDef(); }, true, true, L""},
+        {"geographic ellipsoid", M::Geographic, 0, [](PP &p) { p.ellipsoid = EllipsoidDef(); },
+         true, true, L""},
+        {"geographic grads", M::Geographic, 0, [](PP &p) { p.linearScale = 400.0 / 360.0; },
+         true, true, L""},
+        {"planar ellipsoid", M::Planar, 0, [](PP &p) { p.ellipsoid = EllipsoidDef(); },
+         true, true, L""},
         {"planar false easting", M::Planar, 0, [](PP &p) { p.xOrg = 1; }, false, false, L""},
         {"unknown Lon2", M::Unknown, 0, [](PP &p) { p.lon2 = 1; }, false, false, L""},
         // clang-format on
@@ -298,8 +317,14 @@ TEST(GCSDef, RefusedPiecesLeaveTheDefinitionAsItWas) {
         void (*change)(WarpDef &);
     } badWarps[] = {
         {"too few for polynomial", [](WarpDef &w) { w.SetMethod(WarpMethod::Polynomial2); }},
-        {"unpaired point", [](WarpDef &w) { w.AddSourcePoint({1, 1}); }},
-        {"NaN point", [](WarpDef &w) { w.AddControlPoint({1, 2}, {NAN, 0}); }},
+        {"unpaired point",
+         [](WarpDef &w) {
+             w.AddSourcePoint({1, 1});
+         }},
+        {"NaN point",
+         [](WarpDef &w) {
+             w.AddControlPoint({1, 2}, {NAN, 0});
+         }},
         {"method 1", [](WarpDef &w) { w.SetMethod(static_cast<WarpMethod>(1)); }},
         {"coefficients missing", [](WarpDef &w) { w.SetMethod(WarpMethod::Coefficients); }},
     };
@@ -402,9 +427,9 @@ TEST(MethodParameters, EveryValueTheListHoldsIsOneItsMethodReads) {
         const ProjectionParameters &p =
             GCSKnownSystemsList.GetSystem(i)->GetProjection()->GetParameters();
         SCOPED_TRACE("EPSG:" + std::to_string(GCSKnownSystemsList.EnumPOSC(i)));
-        for (ID id : {ID::LinearScale, ID::XOrg, ID::YOrg, ID::Lon0, ID::Lon1, ID::Lon2, ID::Lat0,
-                      ID::Lat1, ID::Lat2, ID::ScaleFactor, ID::Azimuth, ID::South, ID::GridAngle,
-                      ID::Height}) {
+        for (ID id :
+             {ID::LinearScale, ID::XOrg, ID::YOrg, ID::Lon0, ID::Lon1, ID::Lon2, ID::Lat0, ID::Lat1,
+              ID::Lat2, ID::ScaleFactor, ID::Azimuth, ID::South, ID::GridAngle, ID::Height}) {
             // A geographic system's LinearScale is its axis unit, held but not compared.
             if (p.method == ProjectionMethod::Geographic && id == ID::LinearScale)
                 continue;

@@ -114,7 +114,6 @@ TEST(GeoTIFFCoordSysCode, BothDirections) {
     EXPECT_EQ(code, 0);
 }
 
-
 constexpr uint16_t kUser = 32767;
 
 GeoTiffPieces Decide(GeoTiffParams params) {

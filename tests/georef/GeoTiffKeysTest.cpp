@@ -157,7 +157,6 @@ TEST(GeoTiffBundleToParams, LaterDuplicateWinsAndToWGS84NeedsDoubles) {
     EXPECT_EQ(params.GeogCitation, "");
 }
 
-
 struct Extracted {
     bool ok = false;
     GeoKeyBundle bundle;

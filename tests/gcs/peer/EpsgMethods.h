@@ -64,12 +64,15 @@ inline void ExpectParameters(const gcs::ProjectionParameters &ours,
         const auto code = Parameters().find(parameter.code);
         const auto name = kProjNames.find(parameter.name);
         ASSERT_TRUE(code != Parameters().end() || name != kProjNames.end()) << parameter.name;
-        const Slot slot = code != Parameters().end() ? code->second : Slot{name->second, Kind::angle};
+        const Slot slot =
+            code != Parameters().end() ? code->second : Slot{name->second, Kind::angle};
         given.insert(slot.id);
         const double difference = ours.Get(slot.id) - parameter.value;
-        EXPECT_LE(std::fabs(slot.kind == Kind::angle ? std::remainder(difference, 360.0)
-                                                     : difference),
-                  slot.kind == Kind::length ? 1e-6 : slot.kind == Kind::scale ? 1e-12 : 1e-9)
+        EXPECT_LE(
+            std::fabs(slot.kind == Kind::angle ? std::remainder(difference, 360.0) : difference),
+            slot.kind == Kind::length  ? 1e-6
+            : slot.kind == Kind::scale ? 1e-12
+                                       : 1e-9)
             << parameter.name << ": ours " << ours.Get(slot.id) << ", PROJ " << parameter.value;
     }
     if (ours.method == gcs::ProjectionMethod::UTM)

@@ -117,7 +117,8 @@ TEST(GeoKeyNames, AgreeWithLibgeotiff) {
         const char *ours = georef::GeoKeyName(id);
         const auto newer = kNewerSpelling.find(id);
         if (theirs.rfind("Unknown-", 0) == 0 || newer != kNewerSpelling.end()) {
-            EXPECT_EQ(ours != nullptr, newer != kNewerSpelling.end() && id != 3096 && id != 5120) << id;
+            EXPECT_EQ(ours != nullptr, newer != kNewerSpelling.end() && id != 3096 && id != 5120)
+                << id;
             EXPECT_TRUE(newer == kNewerSpelling.end() || newer->second == theirs) << id;
             continue;
         }
