@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <functional>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -106,71 +105,37 @@ const MethodCase kMethodCases[] = {
 
 } // namespace
 
-// Points pair up in order; an incomplete pair is not counted.
-TEST(WarpDef, PairsPointsAndResets) {
-    WarpDef warp;
-    warp.SetMethod(WarpMethod::Affine);
-    warp.AddControlPoint({1, 2}, {10, 20});
-    warp.AddSourcePoint({3, 4});
-    EXPECT_EQ(warp.GetPointCount(), 1u);
-    warp.AddDestinationPoint({30, 40});
-    EXPECT_EQ(warp.GetPointCount(), 2u);
-    EXPECT_EQ(warp.GetDestinationPoint(1), Vec2d(30, 40));
-    const WarpDef copy = warp;
-    warp = WarpDef(); // how a warp is reset
-    EXPECT_NE(copy, warp);
-    EXPECT_FALSE(warp.IsDefined());
-}
-
-// At its minimum count every method interpolates: arbitrary destinations (the method's
-// transform plus a few pixels of disturbance) come back exactly.
-TEST(WarpTransformer, ReproducesControlPointsAtMinimumCount) {
+// Each method interpolates at its minimum count (arbitrary destinations: the method's
+// transform plus a few pixels of disturbance); with more points of its own family it fits
+// exactly, agrees with the transform between the points and inverts to the identity.
+TEST(WarpTransformer, FitsAndInvertsEachMethod) {
     for (const MethodCase &test : kMethodCases) {
         SCOPED_TRACE(test.name);
         const std::vector<Vec2d> pixels = FirstPixels(test.minimumPoints);
-        WarpDef warp = MakeWarp(test.method, pixels, test.truth);
         WarpDef disturbed;
         disturbed.SetMethod(test.method);
         for (size_t i = 0; i < pixels.size(); ++i) {
-            const Vec2d map = warp.GetDestinationPoint(i);
+            const Vec2d map = test.truth(pixels[i]);
             const double shift = test.minimumPoints > 2 ? 40.0 * std::sin(7.0 * i) : 0.0;
             disturbed.AddControlPoint(pixels[i], {map.x + shift, map.y - 0.5 * shift});
         }
-        const WarpTransformer transformer(&disturbed);
-        ASSERT_TRUE(transformer.IsValid()) << shr::WtoA(transformer.GetErrorText());
+        const WarpTransformer minimum(&disturbed);
+        ASSERT_TRUE(minimum.IsValid()) << shr::WtoA(minimum.GetErrorText());
         for (size_t i = 0; i < pixels.size(); ++i) {
             Vec2d p = pixels[i];
-            ASSERT_TRUE(transformer.TransformForward(p));
+            ASSERT_TRUE(minimum.TransformForward(p));
             EXPECT_LT(Distance(p, disturbed.GetDestinationPoint(i)), kMapTolerance) << i;
         }
-        EXPECT_LT(transformer.GetResidual(), kMapTolerance);
-    }
-}
+        EXPECT_LT(minimum.GetResidual(), kMapTolerance);
 
-// With more points than needed, points from the method's own family are still fitted
-// exactly, and the fit agrees with the transform away from the control points.
-TEST(WarpTransformer, FitsKnownTransforms) {
-    for (const MethodCase &test : kMethodCases) {
-        SCOPED_TRACE(test.name);
         const WarpTransformer transformer(MakeWarp(test.method, kPixels, test.truth));
         ASSERT_TRUE(transformer.IsValid()) << shr::WtoA(transformer.GetErrorText());
         EXPECT_EQ(transformer.GetMethod(), test.method);
-        for (const Vec2d &pixel : InteriorGrid()) {
-            Vec2d p = pixel;
-            ASSERT_TRUE(transformer.TransformForward(p));
-            EXPECT_LT(Distance(p, test.truth(pixel)), 1e-6 * kPixelSize);
-        }
-    }
-}
-
-TEST(WarpTransformer, InverseOfForwardIsIdentity) {
-    for (const MethodCase &test : kMethodCases) {
-        SCOPED_TRACE(test.name);
-        const WarpTransformer transformer(MakeWarp(test.method, kPixels, test.truth));
-        ASSERT_TRUE(transformer.IsValid()) << shr::WtoA(transformer.GetErrorText());
         std::vector<Vec2d> points = InteriorGrid();
         const std::vector<Vec2d> original = points;
         ASSERT_TRUE(transformer.TransformForward(points.data(), points.size()));
+        for (size_t i = 0; i < points.size(); ++i)
+            EXPECT_LT(Distance(points[i], test.truth(original[i])), 1e-6 * kPixelSize) << i;
         ASSERT_TRUE(transformer.TransformInverse(points.data(), points.size()))
             << shr::WtoA(transformer.GetErrorText());
         for (size_t i = 0; i < points.size(); ++i)
@@ -205,7 +170,7 @@ TEST(WarpTransformer, AffineLeastSquaresSpreadsError) {
 }
 
 // Two points fit both similarity forms; raster rows run down while map y runs up, so the
-// mirrored one is chosen. Three points of a plain rotation pick the plain one.
+// mirrored one is chosen. (With more points the fit picks the form they follow.)
 TEST(WarpTransformer, SimilarityChoosesOrientation) {
     WarpDef two;
     two.SetMethod(WarpMethod::Similarity);
@@ -216,11 +181,6 @@ TEST(WarpTransformer, SimilarityChoosesOrientation) {
     ASSERT_TRUE(mirrored.TransformForward(below));
     EXPECT_NEAR(below.x, 100.0, 1e-9);
     EXPECT_NEAR(below.y, 170.0, 1e-9);
-
-    const WarpTransformer plain(MakeWarp(WarpMethod::Similarity, FirstPixels(3), SimilarityPlain));
-    Vec2d p(500, 500);
-    ASSERT_TRUE(plain.TransformForward(p));
-    EXPECT_LT(Distance(p, SimilarityPlain({500, 500})), kMapTolerance);
 }
 
 TEST(WarpTransformer, ExplicitCoefficients) {
@@ -279,67 +239,54 @@ struct BadWarpCase {
 };
 
 std::vector<BadWarpCase> BadWarps() {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    std::vector<BadWarpCase> cases;
-    cases.push_back({"no method", MakeWarp(WarpMethod::None, kPixels, Affine), L"no method"});
-    cases.push_back({"unknown method", MakeWarp(WarpMethod::Affine, kPixels, Affine),
-                     L"Unknown warp method 8", 8});
-    const MethodCase *last = std::end(kMethodCases);
-    for (const MethodCase *m = std::begin(kMethodCases); m != last; ++m)
-        cases.push_back({m->name, MakeWarp(m->method, FirstPixels(m->minimumPoints - 1), m->truth),
-                         L"needs at least"});
-    WarpDef unpaired = MakeWarp(WarpMethod::Affine, FirstPixels(4), Affine);
-    unpaired.AddSourcePoint({1, 1});
-    cases.push_back({"unpaired", unpaired, L"pair up"});
-    cases.push_back({"repeated", MakeWarp(WarpMethod::Affine, {{0, 0}, {10, 0}, {0, 0}}, Affine),
-                     L"points 1 and 3"});
-    const std::vector<Vec2d> eleven = {{5, 5}, {1, 2}, {3, 4}, {6, 1}, {9, 9}, {2, 8},
-                                       {8, 2}, {7, 3}, {4, 6}, {0, 9}, {1, 2}};
-    cases.push_back({"repeated over many", MakeWarp(WarpMethod::Polynomial3, eleven, Cubic),
-                     L"points 2 and 11"});
-    cases.push_back({"collinear three",
-                     MakeWarp(WarpMethod::Affine, {{0, 0}, {10, 10}, {25, 25}}, Affine),
-                     L"collinear"});
-    cases.push_back(
-        {"collinear five",
-         MakeWarp(WarpMethod::Affine, {{0, 0}, {1, 2}, {2, 4}, {3, 6}, {-4, -8}}, Affine),
-         L"collinear"});
-    cases.push_back(
-        {"projective three collinear",
-         MakeWarp(WarpMethod::Projective, {{0, 0}, {50, 0}, {100, 0}, {0, 100}}, Affine),
-         L"projective"});
+    const auto point = [](const Vec2d &) { return Vec2d(7, 7); };
+    const auto coefficients = [](double a, double b, double c, double d, double e, double f) {
+        WarpDef warp;
+        warp.SetMethod(WarpMethod::Coefficients);
+        if (!std::isnan(a))
+            warp.SetCoefficients(a, b, c, d, e, f);
+        return warp;
+    };
     std::vector<Vec2d> circle, cubicCurve;
     for (int i = 0; i < 10; ++i) {
         circle.emplace_back(100 * std::cos(0.6 * i), 100 * std::sin(0.6 * i));
         cubicCurve.emplace_back(10.0 * i, 1.0 * i * i * i - 3.0 * i);
     }
     circle.resize(6);
-    cases.push_back(
-        {"six on a conic", MakeWarp(WarpMethod::Polynomial2, circle, Affine), L"common curve"});
-    cases.push_back(
-        {"ten on a cubic", MakeWarp(WarpMethod::Polynomial3, cubicCurve, Affine), L"common curve"});
+    const std::vector<Vec2d> eleven = {{5, 5}, {1, 2}, {3, 4}, {6, 1}, {9, 9}, {2, 8},
+                                       {8, 2}, {7, 3}, {4, 6}, {0, 9}, {1, 2}};
+    WarpDef unpaired = MakeWarp(WarpMethod::Affine, FirstPixels(4), Affine);
+    unpaired.AddSourcePoint({1, 1});
     WarpDef withNan = MakeWarp(WarpMethod::Affine, FirstPixels(3), Affine);
-    withNan.AddControlPoint({1, nan}, {2, 3});
-    cases.push_back({"nan source", withNan, L"source point 4"});
-    cases.push_back(
-        {"collapsed destination",
-         MakeWarp(WarpMethod::Affine, FirstPixels(5), [](const Vec2d &) { return Vec2d(7, 7); }),
-         L"cannot be inverted"});
-    cases.push_back({"destination on a line",
-                     MakeWarp(WarpMethod::Similarity, FirstPixels(2),
-                              [](const Vec2d &) { return Vec2d(7, 7); }),
-                     L"cannot be inverted"});
-    WarpDef noCoefficients;
-    noCoefficients.SetMethod(WarpMethod::Coefficients);
-    cases.push_back({"no coefficients", noCoefficients, L"has none"});
-    WarpDef singular;
-    singular.SetMethod(WarpMethod::Coefficients);
-    singular.SetCoefficients(2, 4, 0, 1, 2, 0);
-    cases.push_back({"singular coefficients", singular, L"cannot be inverted"});
-    WarpDef infinite;
-    infinite.SetMethod(WarpMethod::Coefficients);
-    infinite.SetCoefficients(2, 0, std::numeric_limits<double>::infinity(), 0, 2, 0);
-    cases.push_back({"infinite coefficients", infinite, L"cannot be inverted"});
+    withNan.AddControlPoint({1, NAN}, {2, 3});
+    std::vector<BadWarpCase> cases = {
+        {"no method", MakeWarp(WarpMethod::None, kPixels, Affine), L"no method"},
+        {"unknown method", MakeWarp(WarpMethod::Affine, kPixels, Affine), L"Unknown warp method 8",
+         8},
+        {"unpaired", unpaired, L"pair up"},
+        {"repeated", MakeWarp(WarpMethod::Affine, {{0, 0}, {10, 0}, {0, 0}}, Affine),
+         L"points 1 and 3"},
+        {"repeated over many", MakeWarp(WarpMethod::Polynomial3, eleven, Cubic),
+         L"points 2 and 11"},
+        {"collinear", MakeWarp(WarpMethod::Affine, {{0, 0}, {10, 10}, {25, 25}}, Affine),
+         L"collinear"},
+        {"projective three collinear",
+         MakeWarp(WarpMethod::Projective, {{0, 0}, {50, 0}, {100, 0}, {0, 100}}, Affine),
+         L"projective"},
+        {"six on a conic", MakeWarp(WarpMethod::Polynomial2, circle, Affine), L"common curve"},
+        {"ten on a cubic", MakeWarp(WarpMethod::Polynomial3, cubicCurve, Affine), L"common curve"},
+        {"nan source", withNan, L"source point 4"},
+        {"collapsed destination", MakeWarp(WarpMethod::Affine, FirstPixels(5), point),
+         L"cannot be inverted"},
+        {"destination on a line", MakeWarp(WarpMethod::Similarity, FirstPixels(2), point),
+         L"cannot be inverted"},
+        {"no coefficients", coefficients(NAN, 0, 0, 0, 0, 0), L"has none"},
+        {"singular coefficients", coefficients(2, 4, 0, 1, 2, 0), L"cannot be inverted"},
+        {"infinite coefficients", coefficients(2, 0, INFINITY, 0, 2, 0), L"cannot be inverted"},
+    };
+    for (const MethodCase &m : kMethodCases)
+        cases.push_back({m.name, MakeWarp(m.method, FirstPixels(m.minimumPoints - 1), m.truth),
+                         L"needs at least"});
     return cases;
 }
 
@@ -359,46 +306,4 @@ TEST(WarpTransformer, DegenerateWarpsAreReported) {
         EXPECT_THROW(WarpTransformer(&test.warp, false, test.method, true), std::invalid_argument);
     }
     EXPECT_FALSE(WarpTransformer(nullptr).IsValid());
-}
-
-// Extreme magnitudes and near-degenerate layouts: either refused with a reason, or fitted
-// so that every control point maps to a finite point. Never NaN, never a crash.
-TEST(WarpTransformer, ExtremeInputsAreRefusedOrFinite) {
-    // clang-format off
-    const std::vector<std::vector<Vec2d>> layouts = {
-        {{0, 0}, {1e300, 0}, {0, 1e300}, {1e300, 1e300}, {5e299, 1e299}, {2e299, 7e299},
-         {9e299, 3e299}, {1e299, 4e299}, {6e299, 8e299}, {3e299, 2e299}},
-        {{0, 0}, {1e-300, 0}, {0, 1e-300}, {1e-300, 1e-300}, {5e-301, 1e-301}, {2e-301, 7e-301},
-         {9e-301, 3e-301}, {1e-301, 4e-301}, {6e-301, 8e-301}, {3e-301, 2e-301}},
-        {{0, 0}, {1, 1}, {2, 2 + 1e-13}, {3, 3}, {4, 4 - 1e-13}, {5, 5}, {6, 6}, {7, 7},
-         {8, 8 + 1e-14}, {9, 9}},
-        {{-1.7e308, 1.7e308}, {1.7e308, -1.7e308}, {0, 0}, {1, 2}, {3, 5}, {8, 13}, {21, 34},
-         {55, 89}, {144, 233}, {377, 610}},
-    };
-    // clang-format on
-    const Transform maps[] = {Affine, [](const Vec2d &p) { return Vec2d(p.y * 1e10, -p.x); }};
-    for (size_t layout = 0; layout < layouts.size(); ++layout) {
-        for (const MethodCase &method : kMethodCases) {
-            for (const Transform &map : maps) {
-                SCOPED_TRACE(std::string(method.name) + " layout " + std::to_string(layout));
-                const WarpDef warp = MakeWarp(method.method, layouts[layout], map);
-                const WarpTransformer transformer(&warp);
-                if (!transformer.IsValid()) {
-                    EXPECT_FALSE(transformer.GetErrorText().empty());
-                    continue;
-                }
-                for (const Vec2d &pixel : layouts[layout]) {
-                    Vec2d p = pixel;
-                    if (transformer.TransformForward(p)) {
-                        EXPECT_TRUE(std::isfinite(p.x) && std::isfinite(p.y));
-                    } else {
-                        EXPECT_FALSE(transformer.GetErrorText().empty());
-                    }
-                    if (transformer.TransformInverse(p)) {
-                        EXPECT_TRUE(std::isfinite(p.x) && std::isfinite(p.y));
-                    }
-                }
-            }
-        }
-    }
 }

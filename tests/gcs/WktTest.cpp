@@ -64,11 +64,12 @@ bool Convert(const std::string &wkt, gcs::GCSDef &def) {
 
 } // namespace
 
+// What PROJ never writes (the peer test reads what it does): round brackets, doubled quotes,
+// an exponent, and text after the tree.
 TEST(WktNode, ReadsTheTree) {
     gcsfile::WktNode root;
     std::wstring message;
-    ASSERT_TRUE(gcsfile::ParseWkt(" unit ( \"a \"\"quoted\"\" name\" , -1.5e2, AUTHORITY[\"EPSG\","
-                                  "9001], EAST ) |citation rest",
+    ASSERT_TRUE(gcsfile::ParseWkt(" unit ( \"a \"\"quoted\"\" name\" , -1.5e2, EAST ) |citation",
                                   root, message))
         << shr::WtoA(message);
     EXPECT_EQ(root.keyword, "UNIT");
@@ -77,30 +78,24 @@ TEST(WktNode, ReadsTheTree) {
     double value = 0.0;
     EXPECT_TRUE(root.Number(1, value));
     EXPECT_EQ(value, -150.0);
-    EXPECT_EQ(root.atoms[2].kind, gcsfile::WktAtom::Kind::Word);
-    EXPECT_EQ(root.atoms[2].text, "EAST");
-    ASSERT_NE(root.Find("AUTHORITY"), nullptr);
-    EXPECT_EQ(root.Find("AUTHORITY")->atoms[1].number, 9001.0);
     EXPECT_EQ(root.Text(1), nullptr); // a number is not text
-    EXPECT_FALSE(root.Number(0, value));
 }
 
-TEST(WktConvert, GeographicAndThreeParameterShift) {
+// A datum name that is no EPSG datum's makes a user-defined datum; its ellipsoid is found by
+// its dimensions. (TOWGS84 values are compared with PROJ by the peer test.)
+TEST(WktConvert, UserDefinedDatumOnAKnownEllipsoid) {
     gcs::GCSDef def;
-    const std::string wkt = Geogcs("UNIT[\"Degree\",0.0174532925199433],AUTHORITY[\"EPSG\",4267]",
-                                   "DATUM[\"Some_Local_Datum\",SPHEROID[\"Clarke 1866\",6378206.4,"
-                                   "294.978698213898],TOWGS84[-8,160,176]]");
-    ASSERT_TRUE(Convert(wkt, def));
-    EXPECT_EQ(Params(def).method, ProjectionMethod::Geographic);
+    ASSERT_TRUE(Convert(Geogcs("UNIT[\"Degree\",0.0174532925199433],AUTHORITY[\"EPSG\",4267]",
+                               "DATUM[\"Some_Local_Datum\",SPHEROID[\"Clarke 1866\",6378206.4,"
+                               "294.978698213898],TOWGS84[-8,160,176]]"),
+                        def));
     EXPECT_EQ(def.GetPOSC(), 4267);
+    EXPECT_FALSE(def.HasProjection(false, true));
     const gcs::DatumDef *datum = def.GetDatum();
     ASSERT_NE(datum, nullptr);
-    EXPECT_TRUE(datum->IsUserDefined()); // the name is no EPSG datum's
+    EXPECT_TRUE(datum->IsUserDefined());
     EXPECT_EQ(datum->GetName(), L"Some_Local_Datum");
-    EXPECT_EQ(datum->GetMethod(), gcs::DatumMethod::ThreeParameter);
-    EXPECT_EQ(datum->GetParameter(gcs::DatumParameterID::ShiftY), 160.0);
-    EXPECT_EQ(datum->GetEllipsoid().GetPOSC(), 7008); // Clarke 1866 by dimensions
-    EXPECT_FALSE(def.HasProjection(false, true));
+    EXPECT_EQ(datum->GetEllipsoid().GetPOSC(), 7008);
 }
 
 // A prime meridian other than Paris is in the GEOGCS unit: 10 grads are 9 degrees. (Paris is
@@ -186,7 +181,9 @@ TEST(WktConvert, CompoundLocalAndRadians) {
     EXPECT_DOUBLE_EQ(Params(inRadians).lon0, 0.1 * 180.0 / 3.141592653589793);
 }
 
-TEST(WktConvert, KeepsTheWarpAndChangesNothingOnFailure) {
+// A definition read keeps the system's warp; a failed one changes nothing (the cases below
+// check the name and projection of an untouched system).
+TEST(WktConvert, KeepsTheWarp) {
     gcs::GCSDef def;
     gcs::WarpDef warp;
     warp.SetMethod(gcs::WarpMethod::Coefficients);
@@ -195,12 +192,9 @@ TEST(WktConvert, KeepsTheWarpAndChangesNothingOnFailure) {
     ASSERT_TRUE(Convert(kEsriUtm, def));
     ASSERT_TRUE(def.HasWarp());
     EXPECT_EQ(*def.GetWarp(), warp);
-
     const gcs::GCSDef before = def;
     std::wstring message;
     EXPECT_FALSE(gcsfile::ConvertWktToGCSDef(std::string("PROJCS[\"broken\""), def, &message));
-    EXPECT_FALSE(message.empty());
-    EXPECT_EQ(def.GetName(), before.GetName());
     EXPECT_TRUE(def.Compare(before, false, nullptr));
     EXPECT_TRUE(gcsfile::ConvertWktToGCSDef(shr::AtoW(kOgcGaussKrueger), def, &message));
     EXPECT_TRUE(message.empty());

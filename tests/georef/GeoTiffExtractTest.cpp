@@ -1,25 +1,118 @@
-// Coordinate system extraction: the projected part, the datum chain, ESRI strings and the
-// assembly onto a GCSDef.
+// The code-table lookups; coordinate system extraction: the projected part, the datum chain,
+// ESRI strings and the assembly onto a GCSDef; warps from tie points, pixel scale and matrices.
 #include "georef/GeoTiffExtract.h"
 #include "GeoTiffTestFiles.h"
 #include "gcs/KnownLists.h"
+#include "georef/GeoTiffCodes.h"
 #include "georef/GeoTiffPCS.h"
 #include "georef/GeoTiffParams.h"
 #include "georef/GeoTiffStatus.h"
+#include "georef/GeoTiffWarp.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 
 using namespace georef;
 using gcs::DatumMethod;
 using gcs::DatumParameterID;
 using gcs::ProjectionMethod;
+using gcs::WarpDef;
+using gcs::WarpMethod;
 using georeftest::GeoTiffBuilder;
 using Id = gcs::ProjectionParameterID;
 using P = georef::GeoTiffParams;
 
 namespace {
+
+TEST(GeoTIFFCodeToProjType, CodesWithoutARow) {
+    // 0 is the end marker; 65537 and -65535 must not match 1 through a 16-bit cut.
+    for (int32_t code : {0, 2, 4, 5, 9, 27, 32, -1, 65537, -65535, 32767}) {
+        ProjectionMethod found = ProjectionMethod::Mercator;
+        EXPECT_FALSE(GeoTIFFCodeToProjType(code, &found)) << code;
+        EXPECT_EQ(found, ProjectionMethod::Mercator) << code;
+    }
+}
+
+TEST(GeoTIFFProjTypeToCode, FirstRowOfEachMethod) {
+    const std::pair<int32_t, int32_t> cases[] = {{22, 23}, {23, 23}, {20, 14}, {25, 1},
+                                                 {12, 3},  {29, 26}, {9, 17}};
+    for (auto [method, code] : cases) {
+        int32_t found = 0;
+        EXPECT_TRUE(GeoTIFFProjTypeToCode(static_cast<ProjectionMethod>(method), &found)) << method;
+        EXPECT_EQ(found, code) << method;
+    }
+    // UTM and two-point Hotine have no GeoTIFF code; 32 only ends the table.
+    for (int32_t method : {0, 1, 2, 26, 28, 30, 32}) {
+        int32_t found = -7;
+        EXPECT_FALSE(GeoTIFFProjTypeToCode(static_cast<ProjectionMethod>(method), &found))
+            << method;
+        EXPECT_EQ(found, -7) << method;
+    }
+    EXPECT_TRUE(GeoTIFFProjTypeToCode(ProjectionMethod::Robinson, nullptr));
+}
+
+TEST(LinearScaleFromPOSCNumber, TableBeforeTheLibrary) {
+    // The module's own table is searched first; these rows differ from the EPSG list or end it.
+    const std::pair<int32_t, double> rows[] = {
+        {9001, 1.0},
+        {9003, 3.2808333333464565}, // the library's list has 3.2808333333333328
+        {9005, 3.2808451241291379}, // the library's Clarke's foot differs
+        {9006, 3.2808451241291379}, // the Indian foot carries Clarke's value
+        {9015, 0.00053995680345572358},
+    };
+    for (auto [code, value] : rows)
+        EXPECT_EQ(LinearScaleFromPOSCNumber(code), value) << code;
+    EXPECT_EQ(LinearScaleFromPOSCNumber(9036), 0.001); // kilometre, from the library
+    for (int32_t code : {0, 12345, -9001, 9016})
+        EXPECT_EQ(LinearScaleFromPOSCNumber(code), 0.0) << code;
+}
+
+TEST(LinearScaleToPOSCNumber, TolerancesAndOrder) {
+    const std::pair<double, int32_t> cases[] = {
+        {1.0, 9001},
+        {1.0 + 4e-9, 9001},
+        {3.2808451241291379, 9005}, // never 9006, which carries the same value
+        {0.54680664916885391, 9014},
+        {3.2808399, 9002},
+        {3.28086, 9081},                   // only the library, within 0.0001
+        {3.2808451241291379 + 1e-8, 9080}, // past the table's 5e-9: the library's nearest
+        {3.2811, 0},                       // nothing within 0.0001
+        {0.001, 9036},                     // kilometre
+        {1000.0, 1025},                    // millimetre
+        {12345.0, 0},
+        {std::numeric_limits<double>::quiet_NaN(), 0},
+        {0.0, 0},
+    };
+    for (auto [value, code] : cases)
+        EXPECT_EQ(LinearScaleToPOSCNumber(value), code) << value;
+}
+
+// Found by code (every code is swept against PROJ by the peer tests) and by value; a failed
+// search leaves the definition and its code as they were.
+TEST(GeoTIFFCoordSysCode, BothDirections) {
+    gcs::GCSDef system;
+    ASSERT_TRUE(GeoTIFFCoordSysCodeToProjectionAndDatum(26711, system));
+    for (int32_t code : {0, 12345, 32767, -32632}) {
+        gcs::GCSDef untouched = system;
+        EXPECT_FALSE(GeoTIFFCoordSysCodeToProjectionAndDatum(code, untouched)) << code;
+        EXPECT_TRUE(untouched.Compare(system, false, nullptr)) << code;
+        EXPECT_EQ(untouched.GetPOSC(), 26711) << code;
+    }
+    int32_t code = 0;
+    EXPECT_TRUE(GeoTIFFProjectionAndDatumToCoordSysCode(system, &code));
+    EXPECT_EQ(code, 26711);
+    // A match with nowhere to store its code does not count.
+    EXPECT_FALSE(GeoTIFFProjectionAndDatumToCoordSysCode(system, nullptr));
+
+    gcs::ProjectionDef moved = *system.GetProjection();
+    moved.SetParameter(gcs::ProjectionParameterID::Lon0, -116.5);
+    system.SetProjection(&moved);
+    code = 0;
+    EXPECT_FALSE(GeoTIFFProjectionAndDatumToCoordSysCode(system, &code));
+    EXPECT_EQ(code, 0);
+}
 
 constexpr uint16_t kUser = 32767;
 
@@ -42,14 +135,6 @@ const gcs::ProjectionParameters &Params(const GeoTiffPieces &pieces) {
 }
 
 TEST(GeoTiffExtractPCS, LinearAndAngularUnits) {
-    GeoTiffParams feet = Projected(1);
-    feet.ProjLinearUnits = 9002;
-    feet.ProjFalseEasting = 1640419.9475065616;
-    GeoTiffPieces pieces = Decide(feet);
-    EXPECT_NEAR(Params(pieces).xOrg, 500000.0, 1e-9);
-    EXPECT_EQ(Params(pieces).linearScale, 3.280839895013123);
-    EXPECT_EQ(pieces.linearUnitsPerMeter, 3.280839895013123);
-
     GeoTiffParams radians = Projected(1);
     radians.GeogAngularUnits = 9101;
     radians.ProjOriginLong = 0.1;
@@ -180,24 +265,6 @@ TEST(GeoTiffExtractPCS, PredefinedSystemWithGapsFilled) {
     EXPECT_EQ(q.ellipsoid.GetPOSC(), 7030);
 }
 
-TEST(GeoTiffExtractPCS, MissingOutputsAndOtherModels) {
-    GeoTiffParams p = Projected(1);
-    gcs::ProjectionDef projection;
-    gcs::DatumDef datum;
-    gcs::WarpDef warp;
-    EXPECT_FALSE(GeoTiffExtractPCS(p, nullptr, &datum, &warp, nullptr));
-    EXPECT_FALSE(GeoTiffExtractPCS(p, &projection, nullptr, &warp, nullptr));
-    EXPECT_FALSE(GeoTiffExtractPCS(p, &projection, &datum, nullptr, nullptr));
-    p.GTModelType = 2;
-    p.ProjFalseEasting = 10;
-    p.ProjLinearUnits = 9002;
-    double u = -1;
-    EXPECT_TRUE(GeoTiffExtractPCS(p, &projection, &datum, &warp, &u));
-    EXPECT_EQ(u, -1);                  // not a projected model: nothing computed
-    EXPECT_EQ(p.ProjFalseEasting, 10); // nor converted
-    EXPECT_TRUE(projection.IsUnknown(false));
-}
-
 TEST(GeoTiffDecide, EllipsoidsFromKeys) {
     struct Case {
         const char *what;
@@ -280,7 +347,7 @@ TEST(GeoTiffDecide, UserDefinedDatumFromToWGS84) {
     p.GeogToWGS84 = {-87, -98, -121};
     p.GeogPrimeMeridianLong = 2.5;
     p.GeogEllipsoid = 7022;
-    GeoTiffPieces pieces = Decide(p);
+    const GeoTiffPieces pieces = Decide(p);
     const gcs::DatumDef &three = pieces.datum;
     EXPECT_EQ(three.GetMethod(), DatumMethod::ThreeParameter);
     EXPECT_TRUE(three.IsUserDefined());
@@ -290,36 +357,10 @@ TEST(GeoTiffDecide, UserDefinedDatumFromToWGS84) {
     EXPECT_EQ(three.GetEllipsoid().GetPOSC(), 7022);
     EXPECT_EQ(pieces.projection.GetMethod(), ProjectionMethod::Geographic);
 
-    p.GeogToWGS84 = {1, 2, 3, 4, 5, 6, 7};
-    p.GeogEllipsoid = 0;
-    pieces = Decide(p);
-    EXPECT_EQ(pieces.datum.GetMethod(), DatumMethod::SevenParameter);
-    EXPECT_EQ(pieces.datum.GetParameter(DatumParameterID::RotationX), 4);
-    EXPECT_EQ(pieces.datum.GetParameter(DatumParameterID::Scale), 7);
-    EXPECT_TRUE(pieces.datum.GetEllipsoid().IsUnknown());
-
     for (size_t n : {1, 2, 4, 6, 8}) {
         p.GeogToWGS84.assign(n, 1.0);
         EXPECT_TRUE(Decide(p).datum.IsUnknown()) << n;
     }
-}
-
-TEST(GeoTiffDecide, ProjectionGetsAnEllipsoidAndLocalGrids) {
-    GeoTiffParams p = Projected(1);
-    p.GeogGeodeticDatum = 6326;
-    EXPECT_EQ(Decide(p).projection.GetEllipsoid().GetPOSC(), 7030); // the datum's
-    p.GeogGeodeticDatum = 0;
-    EXPECT_EQ(Decide(p).projection.GetEllipsoid().GetPOSC(), 7008); // Clarke 1866
-
-    GeoTiffParams none;
-    none.GTModelType = 1;
-    const GeoTiffPieces grid = Decide(none);
-    EXPECT_EQ(grid.projection.GetMethod(), ProjectionMethod::Planar);
-    EXPECT_TRUE(grid.projection.GetEllipsoid().IsUnknown());
-
-    const GeoTiffPieces nothing = Decide(GeoTiffParams{});
-    EXPECT_TRUE(nothing.projection.IsUnknown(false));
-    EXPECT_TRUE(nothing.datum.IsUnknown());
 }
 
 const char *const kEsriUtm10 =
@@ -388,7 +429,7 @@ TEST(GeoTiffExtract, WarpMethodByPointCountReplacesTheMatrix) {
     const Extraction r = Extract(builder);
     ASSERT_TRUE(r.ok);
     ASSERT_NE(r.system.GetWarp(), nullptr);
-    EXPECT_EQ(r.system.GetWarp()->GetMethod(), gcs::WarpMethod::Projective);
+    EXPECT_EQ(r.system.GetWarp()->GetMethod(), WarpMethod::Projective);
     EXPECT_EQ(r.system.GetWarp()->GetPointCount(), 5u);
     EXPECT_FALSE(r.system.HasProjection(false, false));
 }
@@ -453,6 +494,199 @@ TEST(GeoTiffExtract, FileLevelFailures) {
     EXPECT_EQ(error.code, kGeoTiffKeyPastTag);
     EXPECT_EQ(system.GetProjection(), nullptr);
     EXPECT_FALSE(GeoTiffExtract(builder.Write("key_past_tag.tif"), 2, system, &error));
+    EXPECT_EQ(error.code, kGeoTiffNoSuchImage);
+}
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kHuge = std::numeric_limits<double>::max();
+
+// The model tags of one image; empty ones are not written.
+struct Tags {
+    std::vector<double> tiePoints = {}, scale = {}, matrix = {}, intergraph = {};
+};
+
+GeoTiffBuilder Build(const Tags &t) {
+    GeoTiffBuilder b;
+    const std::pair<uint16_t, const std::vector<double> *> tags[] = {
+        {33922, &t.tiePoints}, {33550, &t.scale}, {34264, &t.matrix}, {33920, &t.intergraph}};
+    for (auto [tag, values] : tags)
+        if (!values->empty())
+            b.Doubles(tag, *values);
+    return b;
+}
+
+struct WarpResult {
+    bool ok = false;
+    bool flag = true; // must be cleared on entry
+    WarpDef warp;
+    shr::ErrorRecord error;
+};
+
+WarpResult Read(const GeoTiffBuilder &builder, int image = 1) {
+    WarpResult r;
+    tiff::TiffImageRead file;
+    EXPECT_TRUE(georeftest::OpenBuilt(file, builder));
+    r.ok = GetGeorefInfoFromGeoTIFF(file, image, r.warp, &r.flag, &r.error);
+    return r;
+}
+
+std::vector<double> Coefficients(const WarpDef &warp) {
+    if (!warp.HasCoefficients())
+        return {};
+    const gcs::AffineCoefficients &c = warp.GetCoefficients();
+    return {c.a, c.b, c.c, c.d, c.e, c.f};
+}
+
+using Points = std::vector<std::pair<shr::Vec2d, shr::Vec2d>>;
+
+Points ControlPoints(const WarpDef &warp) {
+    Points points;
+    for (size_t i = 0; i < warp.GetPointCount(); ++i)
+        points.emplace_back(warp.GetSourcePoint(i), warp.GetDestinationPoint(i));
+    return points;
+}
+
+const std::vector<double> kTie = {0, 0, 0, 500000, 4000000, 0};
+
+std::vector<double> Matrix(size_t at, double value, size_t size = 16) {
+    std::vector<double> m = kMatrix;
+    m.resize(size, kNaN);
+    if (at < size)
+        m[at] = value;
+    return m;
+}
+
+TEST(GetGeorefInfoFromGeoTIFF, TagCombinations) {
+    const std::vector<double> kFromMatrix = {2, 0, 100, 0, -2, 200};
+    const struct {
+        const char *what;
+        Tags tags;
+        WarpMethod method;
+        size_t points;
+        std::vector<double> coefficients;
+        bool flag;
+    } cases[] = {
+        // One case a row: what, tags, method, points, coefficients, flag.
+        // clang-format off
+        {"translation from an offset tie point", {{10, 20, 0, 500000, 4000000, 0}, {30, 15, 0}},
+         WarpMethod::Coefficients, 1, {30, 0, 499700, 0, -15, 4000300}, true},
+        {"one tie point alone", {kTie}, WarpMethod::None, 1, {}, false},
+        {"pixel scale of two values is no scale", {kTie, {30, 30}}, WarpMethod::None, 1, {},
+         false},
+        {"a zero pixel size gives no coefficients", {kTie, {30, 0, 0}}, WarpMethod::None, 1, {},
+         false},
+        {"two tie points get a third", {{0, 0, 0, 10, 20, 0, 100, 50, 0, 110, 70, 0}},
+         WarpMethod::Similarity, 3, {}, false},
+        {"tie points of seven values are ignored", {{0, 0, 0, 10, 20, 0, 1}}, WarpMethod::None, 0,
+         {}, false},
+        {"the matrix", {{}, {}, kMatrix}, WarpMethod::Coefficients, 0, kFromMatrix, false},
+        {"the Intergraph matrix flips the y scale", {{}, {}, {}, kMatrix},
+         WarpMethod::Coefficients, 0, {2, 0, 100, 0, 2, 200}, false},
+        {"17 matrix values", {{}, {}, Matrix(16, kNaN, 17)}, WarpMethod::Coefficients, 0,
+         kFromMatrix, false},
+        {"15 matrix values are ignored", {{}, {}, Matrix(16, 0, 15)}, WarpMethod::None, 0, {},
+         false},
+        {"the matrix overrides scale coefficients, points and flag stay",
+         {kTie, {30, 30, 0}, kMatrix}, WarpMethod::Coefficients, 1, kFromMatrix, true},
+        {"a NaN beyond m7 is ignored", {{}, {}, Matrix(8, kNaN)}, WarpMethod::Coefficients, 0,
+         kFromMatrix, false},
+        // clang-format on
+    };
+    for (const auto &c : cases) {
+        const WarpResult r = Read(Build(c.tags));
+        EXPECT_TRUE(r.ok) << c.what;
+        EXPECT_EQ(r.warp.GetMethod(), c.method) << c.what;
+        EXPECT_EQ(r.warp.GetPointCount(), c.points) << c.what;
+        EXPECT_EQ(Coefficients(r.warp), c.coefficients) << c.what;
+        EXPECT_EQ(r.flag, c.flag) << c.what;
+    }
+    // ModelTransformationTag wins; when it is unusable the Intergraph tag is not read.
+    GeoTiffBuilder shorts = Build({{}, {}, {}, kMatrix});
+    shorts.Shorts(34264, std::vector<uint64_t>(16, 1));
+    EXPECT_EQ(Read(shorts).warp, WarpDef{});
+}
+
+TEST(GetGeorefInfoFromGeoTIFF, SimulatedThirdPoint) {
+    WarpResult r = Read(Build({{0, 0, 0, 10, 20, 0, 100, 50, 0, 110, 70, 0}}));
+    EXPECT_EQ(ControlPoints(r.warp),
+              (Points{{{0, 0}, {10, 20}}, {{100, 50}, {110, 70}}, {{0, 50}, {10, 70}}}));
+    GeoTiffSetWarpMethodByPointCount(r.warp);
+    EXPECT_EQ(r.warp.GetMethod(), WarpMethod::Affine);
+}
+
+TEST(GetGeorefInfoFromGeoTIFF, NonFiniteValuesResetTheWarp) {
+    const struct {
+        const char *what;
+        Tags tags;
+    } cases[] = {
+        {"NaN in the second tie point", {{0, 0, 0, 1, 2, 0, 5, 5, 0, 1, 2, kNaN}}},
+        {"infinite pixel scale", {{0, 0, 0, 1, 2, 0}, {kInf, 1, 0}}},
+        {"NaN pixel scale without tie points", {{}, {1, kNaN, 0}}},
+        {"translation overflows", {{10, 0, 0, kHuge, 0, 0}, {-kHuge, 1, 0}}},
+        {"NaN in m5 after a tie point and scale", {kTie, {30, 30, 0}, Matrix(5, kNaN)}},
+        {"infinite m0 of the Intergraph matrix", {{}, {}, {}, Matrix(0, -kInf)}},
+    };
+    for (const auto &c : cases) {
+        const WarpResult r = Read(Build(c.tags));
+        EXPECT_TRUE(r.ok) << c.what;
+        EXPECT_EQ(r.warp, WarpDef{}) << c.what;
+        EXPECT_FALSE(r.flag) << c.what;
+    }
+}
+
+TEST(GetGeorefInfoFromGeoTIFF, ImageNumbers) {
+    GeoTiffBuilder builder = Build({{}, {}, kMatrix});
+    builder.AddImage();
+    builder.Doubles(33920, kMatrix);
+    EXPECT_EQ(Coefficients(Read(builder, 2).warp), (std::vector<double>{2, 0, 100, 0, 2, 200}));
+    for (int image : {0, -1, 3}) {
+        const WarpResult r = Read(builder, image);
+        EXPECT_FALSE(r.ok) << image;
+        EXPECT_FALSE(r.flag) << image;
+        EXPECT_EQ(r.warp, WarpDef{}) << image;
+        EXPECT_EQ(r.error.code, kGeoTiffNoSuchImage) << image;
+    }
+}
+
+TEST(GeoTiffSetWarpMethodByPointCount, Thresholds) {
+    const std::pair<size_t, WarpMethod> cases[] = {
+        {0, WarpMethod::Coefficients}, {1, WarpMethod::Coefficients}, // fewer than 2: kept
+        {2, WarpMethod::Similarity},   {3, WarpMethod::Affine},       {4, WarpMethod::Projective},
+        {5, WarpMethod::Projective},   {6, WarpMethod::Polynomial2},  {9, WarpMethod::Polynomial2},
+        {10, WarpMethod::Polynomial3}, {25, WarpMethod::Polynomial3},
+    };
+    for (auto [n, method] : cases) {
+        WarpDef warp;
+        warp.SetMethod(WarpMethod::Coefficients); // as left by a matrix
+        for (size_t i = 0; i < n; ++i)
+            warp.AddControlPoint({double(i), 0}, {0, double(i)});
+        GeoTiffSetWarpMethodByPointCount(warp);
+        EXPECT_EQ(warp.GetMethod(), method) << n;
+    }
+}
+
+// The rebuild in linear units is compared with gdalinfo's geotransform by the peer test; what
+// it skips is not.
+TEST(GeoTiffRecalculateWarp, NoFinitenessTestNoThirdPointNoMatrix) {
+    tiff::TiffImageRead file;
+    ASSERT_TRUE(georeftest::OpenBuilt(
+        file, Build({{0, 0, 0, 10, 20, 0, 100, 50, 0, kNaN, 70, 0}, {kInf, 1, 0}, kMatrix})));
+    WarpDef warp;
+    EXPECT_TRUE(GeoTiffRecalculateWarp(file, 1, warp, 3.0));
+    ASSERT_EQ(warp.GetPointCount(), 2u);
+    EXPECT_EQ(warp.GetDestinationPoint(0), (shr::Vec2d{30, 60}));
+    EXPECT_TRUE(std::isnan(warp.GetDestinationPoint(1).x));
+    EXPECT_EQ(warp.GetMethod(), WarpMethod::None);
+    EXPECT_FALSE(warp.HasCoefficients());
+
+    tiff::TiffImageRead other;
+    ASSERT_TRUE(georeftest::OpenBuilt(other, Build({{}, {30, 30, 0}})));
+    WarpDef untouched;
+    EXPECT_TRUE(GeoTiffRecalculateWarp(other, 1, untouched, 3.0));
+    EXPECT_EQ(untouched, WarpDef{});
+    shr::ErrorRecord error;
+    EXPECT_FALSE(GeoTiffRecalculateWarp(other, 2, untouched, 3.0, &error));
     EXPECT_EQ(error.code, kGeoTiffNoSuchImage);
 }
 
