@@ -102,23 +102,13 @@ TEST(RegionViewerPicker, ZoomStepsStopAtOneAndAtTheFit) {
     Place(p);
     EXPECT_EQ(p.GetZoom(), 2);
     EXPECT_EQ(p.GetCentre(), Vec2d(50, 25));
-    const struct {
-        void (RegionViewerPicker::*step)();
-        double zoom;
-    } steps[] = {{&RegionViewerPicker::ZoomIn, 1},
-                 {&RegionViewerPicker::ZoomIn, 1},
-                 {&RegionViewerPicker::ZoomOut, 2},
-                 {&RegionViewerPicker::ZoomOut, 2}};
-    for (const auto &s : steps) {
-        (p.*s.step)();
-        EXPECT_EQ(p.GetZoom(), s.zoom);
-    }
-    const struct {
-        double zoom;
-        uint32_t scale;
-    } scales[] = {{0.5, 1}, {1, 1}, {1.9, 1}, {2, 2}, {3, 2}, {16383, 8192}, {16384, 16384}};
-    for (const auto &s : scales)
-        EXPECT_EQ(RegionViewerPicker::ReadScaleForZoom(s.zoom), s.scale) << s.zoom;
+    p.ZoomIn(), p.ZoomIn();
+    EXPECT_EQ(p.GetZoom(), 1);
+    p.ZoomOut(), p.ZoomOut();
+    EXPECT_EQ(p.GetZoom(), 2);
+    for (auto [zoom, scale] : {std::pair{0.5, 1u}, {1.9, 1u}, {2.0, 2u}, {3.0, 2u},
+                               {16383.0, 8192u}, {16384.0, 16384u}})
+        EXPECT_EQ(RegionViewerPicker::ReadScaleForZoom(zoom), scale) << zoom;
 }
 
 TEST(RegionViewerPicker, MapsAreaAndImageAndFindsTheVisibleRegion) {
