@@ -27,7 +27,8 @@ TEST(ClipPolylines, CutsToTheRectangle) {
         {"single point inside", {{3, 3}}, {{{3, 3}}}},
         {"single point outside", {{-3, 3}}, {}},
         // A ring whose top-left part lies outside: one piece, from the top edge to the left.
-        {"ring across a corner", {{-2, -2}, {6, -2}, {6, 6}, {-2, 6}, {-2, -2}},
+        {"ring across a corner",
+         {{-2, -2}, {6, -2}, {6, 6}, {-2, 6}, {-2, -2}},
          {{{6, 0}, {6, 6}, {0, 6}}}},
     };
     for (const auto &c : cases)

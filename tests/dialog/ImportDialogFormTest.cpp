@@ -1,9 +1,8 @@
-// The import options dialog's rules against a table of controls: parsing, clamping,
-// read-outs, validation messages, enabling and commands.
+// The import options dialog's rules against a table of controls: parsing, read-outs,
+// validation messages and clamping, enabling and commands.
 #include <gtest/gtest.h>
 
 #include <map>
-#include <set>
 
 #include "ImportDialogForm.h"
 #include "resources/ImportDialogIds.h"
@@ -24,9 +23,7 @@ public:
 
 ImportDialogData Image(uint32_t width, uint32_t height, uint32_t maxScale = 32) {
     ImportDialogData d;
-    d.imageWidth = width;
-    d.imageHeight = height;
-    d.maxScale = maxScale;
+    d.imageWidth = width, d.imageHeight = height, d.maxScale = maxScale;
     return d;
 }
 
@@ -138,8 +135,10 @@ TEST(ImportDialogForm, EnablesReductionsTheFileOffers) {
         for (int id : {IDC_EDIT_LEFT, IDC_NAVIGATE_LABEL, IDC_QUALITY_HINT, IDC_ESTIMATED_SIZE})
             EXPECT_TRUE(controls.enabled.at(id)) << id;
     }
-    for (auto [scale, radio] : {std::pair{1u, IDC_REDUCTION_1}, {32u, IDC_REDUCTION_32},
-                                {5u, IDC_REDUCTION_1}, {64u, IDC_REDUCTION_1}})
+    for (auto [scale, radio] : {std::pair{1u, IDC_REDUCTION_1},
+                                {32u, IDC_REDUCTION_32},
+                                {5u, IDC_REDUCTION_1},
+                                {64u, IDC_REDUCTION_1}})
         EXPECT_EQ(ReductionRadioFor(scale), radio) << scale;
 }
 

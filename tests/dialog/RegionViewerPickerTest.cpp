@@ -117,8 +117,8 @@ TEST(RegionViewerPicker, ZoomsMapsAndPans) {
     EXPECT_EQ(p.GetCentre(), Vec2d(0, 800));
     p.PanRight(), p.PanUp();
     EXPECT_EQ(p.GetCentre(), Vec2d(356, 644));
-    for (auto [zoom, scale] : {std::pair{0.5, 1u}, {1.9, 1u}, {2.0, 2u}, {3.0, 2u},
-                               {16383.0, 8192u}, {16384.0, 16384u}})
+    for (auto [zoom, scale] :
+         {std::pair{0.5, 1u}, {1.9, 1u}, {2.0, 2u}, {3.0, 2u}, {16383.0, 8192u}, {16384.0, 16384u}})
         EXPECT_EQ(RegionViewerPicker::ReadScaleForZoom(zoom), scale) << zoom;
 }
 

@@ -26,8 +26,8 @@ struct ImportCase {
     const char *name;
     std::function<void(TestImage &)> image;
     std::map<std::wstring, unsigned int> stored;
-    Answer answer;                                     // Unanswered: not interactive
-    std::map<std::wstring, unsigned int> dialog;       // the values a confirmation sets
+    Answer answer;                               // Unanswered: not interactive
+    std::map<std::wstring, unsigned int> dialog; // the values a confirmation sets
     // Expected: the error line (0 none, kAbort for a cancel), hand-overs in order, the image.
     int errorLine = 0;
     std::vector<HandOver::Kind> handOvers = {HandOver::Image};

@@ -19,13 +19,11 @@ struct OptionsCase {
     // Expected fields.
     uint32_t scale;
     int32_t format;
-    uint32_t maxDim;
-    uint32_t region[4];
+    uint32_t maxDim, region[4];
     // Expected writes: Scale and Format values (kNone: not written) and their persist flag,
     // and whether the region was written (always without persist).
     unsigned int savedScale, savedFormat;
-    bool persisted;
-    bool regionSaved;
+    bool persisted, regionSaved;
 };
 
 // One case a row.
@@ -99,23 +97,19 @@ TEST_P(Options, FieldsAndWrites) {
     filter.GetRegion(region[0], region[1], region[2], region[3]);
     EXPECT_EQ(std::vector<uint32_t>(region, region + 4),
               std::vector<uint32_t>(c.region, c.region + 4));
-    unsigned int value = kNone;
+    for (auto [name, expected] : {std::pair{L"Scale", c.savedScale}, {L"Format", c.savedFormat}}) {
+        unsigned int value = kNone;
+        bool persist = c.persisted; // left alone when nothing was written
+        EXPECT_EQ(host.LastWrite(name, value, persist) ? value : kNone, expected)
+            << shr::WtoA(name);
+        EXPECT_EQ(persist, c.persisted) << shr::WtoA(name);
+    }
+    unsigned int value = 0;
     bool persist = false;
-    EXPECT_EQ(host.LastWrite(L"Scale", value, persist) ? value : kNone, c.savedScale);
-    if (c.savedScale != kNone) {
-        EXPECT_EQ(persist, c.persisted);
-    }
-    value = kNone;
-    EXPECT_EQ(host.LastWrite(L"Format", value, persist) ? value : kNone, c.savedFormat);
-    if (c.savedFormat != kNone) {
-        EXPECT_EQ(persist, c.persisted);
-    }
     EXPECT_FALSE(host.LastWrite(L"MaxDim", value, persist));
     for (const wchar_t *corner : {L"ULX", L"ULY", L"LRX", L"LRY"}) {
         EXPECT_EQ(host.LastWrite(corner, value, persist), c.regionSaved) << shr::WtoA(corner);
-        if (c.regionSaved) {
-            EXPECT_FALSE(persist);
-        }
+        EXPECT_FALSE(persist);
     }
 }
 

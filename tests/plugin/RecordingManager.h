@@ -22,9 +22,9 @@ struct HandOver {
 class RecordingManager : public plio::IoManager {
 public:
     using Options = std::map<std::wstring, unsigned int>;
-    Options stored;                                              // what GetOption finds
-    std::vector<std::pair<std::wstring, bool>> writes;           // names and persist flags
-    std::vector<std::wstring> progress;                          // "start", messages, "end"
+    Options stored;                                    // what GetOption finds
+    std::vector<std::pair<std::wstring, bool>> writes; // names and persist flags
+    std::vector<std::wstring> progress;                // "start", messages, "end"
     std::vector<double> proportions;
     std::vector<HandOver> handOvers;
     int receiversDropped = 0; // receivers destroyed without their image being handed over
@@ -62,7 +62,8 @@ public:
         return answer;
     }
 
-    std::unique_ptr<plio::ScanlineReceiver> ReceiveScanlines(const plio::ScanlineLayout &) override {
+    std::unique_ptr<plio::ScanlineReceiver>
+    ReceiveScanlines(const plio::ScanlineLayout &) override {
         rowsReceived_ = 0, imageTaken_ = false;
         return std::make_unique<Receiver>(*this);
     }

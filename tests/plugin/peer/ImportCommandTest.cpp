@@ -68,11 +68,11 @@ Raster Expected(const Raster &rgb, int bits) {
 struct ImportCase {
     const char *name;
     const Source &(*source)();
-    const char *flags;  // besides the input and output
-    const char *ext;    // .tif or .png
-    int bits;           // what the output holds
-    uint32_t scale;     // reduction used
-    uint32_t region[4]; // used, full-resolution pixels
+    const char *flags;        // besides the input and output
+    const char *ext;          // .tif or .png
+    int bits;                 // what the output holds
+    uint32_t scale;           // reduction used
+    uint32_t region[4];       // used, full-resolution pixels
     const char *warning = ""; // on stderr
 };
 
@@ -183,8 +183,8 @@ TEST(ImportCommandFailures, StatusMessageAndNoOutput) {
 // are numbers, the rest text.
 TEST(InfoCommand, TableFromThePluginLoadedByPath) {
     for (const Source *s : {&Rgb(), &Rgba()}) {
-        const auto info = nlohmann::json::parse(RunCommand(
-            Iosid("info --json " + s->path + " --plugin " + std::string(IOSID_PLUGIN))));
+        const auto info = nlohmann::json::parse(
+            RunCommand(Iosid("info --json " + s->path + " --plugin " + std::string(IOSID_PLUGIN))));
         EXPECT_EQ(info["info"], (nlohmann::json{{"Color Format", "RGB"},
                                                 {"File Format", "LizardTech MrSID Image"},
                                                 {"Image Bits Per Pixel", 24},
