@@ -18,10 +18,9 @@ std::string Iosid(const std::string &args) { return std::string(IOSID_PROGRAM) +
 
 bool Exists(const std::string &path) { return std::ifstream(path).good(); }
 
-// Exit status, with stderr captured into `errors` and stdout into `output` (a path).
-int RunIosid(const std::string &args, std::string &errors,
-             const std::string &output = "/dev/null") {
-    const CommandResult run = Run(Iosid(args) + " >" + output);
+// Exit status, with stderr captured into `errors`.
+int RunIosid(const std::string &args, std::string &errors) {
+    const CommandResult run = Run(Iosid(args) + " >/dev/null");
     errors = run.err;
     return run.status;
 }
@@ -31,20 +30,19 @@ struct Source {
     uint32_t width, height;
 };
 
+Source Make(const char *name, uint32_t w, uint32_t h, int bands, const char *options,
+            const char *overviews) {
+    const std::string raw = MakeEnviSource(name, w, h, bands, "Byte");
+    return {MakeGeoTiff(name, raw, std::string("-co TILED=YES ") + options, overviews), w, h};
+}
+
 const Source &Rgb() {
-    static const Source s = [] {
-        const std::string raw = MakeEnviSource("imp_rgb", 700, 500, 3, "Byte");
-        return Source{MakeGeoTiff("imp_rgb", raw, "-co TILED=YES -co COMPRESS=DEFLATE", "2 4 8"),
-                      700, 500};
-    }();
+    static const Source s = Make("imp_rgb", 700, 500, 3, "-co COMPRESS=DEFLATE", "2 4 8");
     return s;
 }
 
 const Source &Rgba() {
-    static const Source s = [] {
-        const std::string raw = MakeEnviSource("imp_rgba", 300, 260, 4, "Byte");
-        return Source{MakeGeoTiff("imp_rgba", raw, "-co ALPHA=YES -co TILED=YES", "2"), 300, 260};
-    }();
+    static const Source s = Make("imp_rgba", 300, 260, 4, "-co ALPHA=YES", "2");
     return s;
 }
 
@@ -209,8 +207,7 @@ TEST(Settings, LaterRunsStartFromThePersistedOptions) {
 }
 
 TEST(ImportCommandCancel, CtrlCStopsTheImportAndLeavesNothing) {
-    const std::string raw = MakeEnviSource("imp_big", 4000, 3000, 3, "Byte");
-    const std::string big = MakeGeoTiff("imp_big", raw, "-co TILED=YES -co COMPRESS=DEFLATE", "");
+    const std::string big = Make("imp_big", 4000, 3000, 3, "-co COMPRESS=DEFLATE", "").path;
     ASSERT_FALSE(big.empty());
     const std::string dir = ScratchPath("imp_cancel");
     RunQuiet("rm -rf " + dir + " && mkdir -p " + dir);
