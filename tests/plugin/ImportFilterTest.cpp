@@ -42,7 +42,6 @@ const auto kNone = Answer::Unanswered;
 // One case a row.
 // clang-format off
 const ImportCase kCases[] = {
-    {"whole RGB image at full resolution", kPlain, {}, kNone, {}},
     {"stored scale above the largest reduction is clamped and saved",
      [](TestImage &im) { im.minMag = 1.0 / 16; }, {{L"Scale", 64}}, kNone, {}, 0,
      {HandOver::Image}, 6, 37, 9, 16, 24},
@@ -58,8 +57,6 @@ const ImportCase kCases[] = {
      0, 0, 0, 0, 0},
     {"a file that does not open fails before anything is saved",
      [](TestImage &im) { im.failInitialize = true; }, {}, kNone, {}, 213, {}, 0, 0, 0, 0, 0},
-    {"a row that cannot be read fails with nothing handed over",
-     [](TestImage &im) { im.failOnRead = 0; }, {}, kNone, {}, 346, {}, 0, 0, 0, 1, 24},
     {"a row failing after others leaves no image with the host",
      [](TestImage &im) { im.failOnRead = 1; }, {}, kNone, {}, 346, {}, 0, 0, 0, 1, 24},
 };
