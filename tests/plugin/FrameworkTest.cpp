@@ -1,5 +1,5 @@
-// The host framework as filters use it: option strings, error formatting, the order of the
-// filter's virtual operations, and the cached bitmap.
+// The host framework as filters use it: option strings, the order of the filter's virtual
+// operations, and the cached bitmap.
 #include "RecordingManager.h"
 #include "SidImportFilter.h"
 #include "shr/Strings.h"
@@ -8,7 +8,6 @@
 #include "../sid/TestFiles.h"
 
 #include "imagelib/CachedSidBitmap.h"
-#include "plio/Exception.h"
 
 #include <gtest/gtest.h>
 
@@ -38,20 +37,6 @@ TEST(OptionString, LookUps) {
         bool value = false;
         const bool found = host.GetStringOption(text, L"Defaults", value);
         EXPECT_EQ(found ? int(value) : -1, expected) << shr::WtoA(text);
-    }
-}
-
-// A composed message is thrown as a format without arguments: only "%%" is read as a format.
-TEST(FilterErrors, CarryMessageSourceAndLine) {
-    plugintest::RecordingManager host;
-    SidImportFilter filter(host);
-    try {
-        filter.ThrowError(L"src/File", 42, L"100%% of 'a%sb%d'");
-        FAIL();
-    } catch (const plio::Exception &e) {
-        EXPECT_EQ(e.GetMessage(), L"100% of 'a%sb%d'");
-        EXPECT_EQ(e.GetSourceFile(), L"src/File");
-        EXPECT_EQ(e.GetLine(), 42);
     }
 }
 

