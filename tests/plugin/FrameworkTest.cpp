@@ -1,5 +1,5 @@
-// The host framework as filters use it: option strings, the order of the filter's virtual
-// operations, and the cached bitmap.
+// The host framework as filters use it: the order of the filter's virtual operations, and the
+// cached bitmap. (Option strings are read in ImportOptionsTest.)
 #include "RecordingManager.h"
 #include "SidImportFilter.h"
 #include "shr/Strings.h"
@@ -14,31 +14,6 @@
 #include <cstring>
 
 namespace {
-
-TEST(OptionString, LookUps) {
-    // clang-format off
-    const std::pair<const wchar_t *, long long> numbers[] = { // -1: not found
-        {L"Scale=4;Format=24;Scale=0", 0}, {L" scale = 8 ", 8}, {L"Scale=2;Scale=16", 16},
-        {L"Scale=2;Scale=x", -1},          {L"Scale", -1},      {L"XScale=3", -1},
-        {L"Scale=4294967295", 4294967295}, {L"Scale=4294967296", -1},
-        {L"Scale=+3", -1},                 {L";;Scale=5;;", 5}, {L"", -1}};
-    // clang-format on
-    plugintest::RecordingManager host;
-    for (const auto &[text, expected] : numbers) {
-        unsigned int value = 12345;
-        const bool found = host.GetStringOption(text, L"Scale", value);
-        EXPECT_EQ(found ? (long long)value : -1, expected) << shr::WtoA(text);
-        EXPECT_TRUE(found || value == 12345u) << shr::WtoA(text);
-    }
-    const std::pair<const wchar_t *, int> flags[] = {
-        {L"Defaults=1", 1},  {L"Defaults=TRUE", 1}, {L"Defaults=no", 0}, {L"Defaults=off", 0},
-        {L"Defaults=2", -1}, {L"Defaults=", -1},    {L"Other=1", -1}};
-    for (const auto &[text, expected] : flags) {
-        bool value = false;
-        const bool found = host.GetStringOption(text, L"Defaults", value);
-        EXPECT_EQ(found ? int(value) : -1, expected) << shr::WtoA(text);
-    }
-}
 
 #if defined(__GNUC__) && !defined(_MSC_VER)
 // Slot of a virtual operation in the Itanium C++ ABI: a member pointer to a virtual function

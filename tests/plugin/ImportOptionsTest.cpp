@@ -73,6 +73,12 @@ const OptionsCase kCases[] = {
     {"unknown names and bad values are ignored", {{L"Scale", 4}}, 0, 0,
      L"Bogus=3;Scale=abc;Format=;scale = 16 ;Defaults=maybe", 16, 4, kAll, {0, 0, 0, 0}, 16, 24,
      true, false},
+    {"names match whole; empty entries and entries without a value are skipped",
+     {{L"Scale", 4}}, 0, 0, L"XScale=3;;Scale;ForgetOptions=YES;;MaxDim= 7 ", 4, 4, 7,
+     {0, 0, 0, 0}, 4, 24, false, false},
+    {"the last entry counts even when bad; values end at 4294967295 and have no sign",
+     {{L"Scale", 8}}, 0, 0, L"Defaults=TRUE;Scale=2;Scale=x;ULX=4294967295;ULY=4294967297;LRX=+3",
+     1, 4, kAll, {4294967295u, 0, 0, 0}, 1, 24, true, false},
     {"scale is not range-checked here", {}, 0, 0, L"Scale=0", 0, 4, kAll, {0, 0, 0, 0}, 0, 24,
      true, false},
 };
