@@ -268,19 +268,28 @@ TEST(RegionViewerPicker, ReadsVisibleRowsBottomUp) {
     EXPECT_EQ(rows[2 * stride + 3 * 3], 16);
 }
 
+// The outline runs one pixel inside the selection and is clipped to the area (357 x 156):
+// kept, cut at an edge, split in two, or dropped.
 TEST(RegionViewerPicker, OutlinesTheSelectionInsideTheArea) {
-    SyntheticPicker p(100, 50);
-    Place(p);
-    p.ZoomIn(); // zoom 1: image (50, 25) at area (178, 78)
-    EXPECT_TRUE(p.SelectionOutline().empty());
-    p.SetSelection(Box2d(40, 20, 60, 30));
-    const auto inside = p.SelectionOutline();
-    ASSERT_EQ(inside.size(), 1u);
-    EXPECT_EQ(inside[0],
-              (std::vector<Vec2d>{{169, 74}, {187, 74}, {187, 82}, {169, 82}, {169, 74}}));
-    p.SetSelection(Box2d(-500, 0, 60, 30)); // left edge far outside the area: cut at x = 0
-    EXPECT_EQ(p.SelectionOutline(),
-              (std::vector<std::vector<Vec2d>>{{{0, 54}, {187, 54}, {187, 82}, {0, 82}}}));
+    using Pieces = std::vector<std::vector<Vec2d>>;
+    const struct {
+        Box2d selection;
+        Pieces outline;
+    } cases[] = {
+        {Box2d(), {}},
+        {Box2d(40, 20, 60, 30), {{{169, 74}, {187, 74}, {187, 82}, {169, 82}, {169, 74}}}},
+        {Box2d(-500, 0, 60, 30), {{{0, 54}, {187, 54}, {187, 82}, {0, 82}}}},
+        {Box2d(40, 20, 500, 30), {{{169, 74}, {356, 74}}, {{356, 82}, {169, 82}, {169, 74}}}},
+        {Box2d(-500, 20, 500, 30), {{{0, 74}, {356, 74}}, {{356, 82}, {0, 82}}}},
+        {Box2d(400, 20, 500, 30), {}},
+    };
+    for (const auto &c : cases) {
+        SyntheticPicker p(100, 50);
+        Place(p);
+        p.ZoomIn(); // zoom 1: image (50, 25) at area (178, 78)
+        p.SetSelection(c.selection);
+        EXPECT_EQ(p.SelectionOutline(), c.outline) << c.selection.min.x << "," << c.selection.max.x;
+    }
 }
 
 } // namespace
