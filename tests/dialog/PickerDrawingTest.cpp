@@ -1,4 +1,4 @@
-// Blending onto the preview's bottom-up surface, and the tool pictures' shape.
+// Blending onto the preview's bottom-up surface: bytes, the rubber band and the tool pictures.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -49,31 +49,6 @@ TEST(PickerDrawing, RubberBandCoversTheInclusiveRectangleInside) {
     EXPECT_EQ(clipped.At(2, 1), (std::vector<int>{255, 0, 0}));
     EXPECT_EQ(clipped.At(0, 1), none);
     EXPECT_EQ(clipped.At(2, 0), none);
-}
-
-TEST(PickerDrawing, PicturesAreLightSymbolsOnRoundedGreySquares) {
-    const ToolPicture all[] = {
-        ToolPicture::Pan, ToolPicture::PanActive, ToolPicture::Select, ToolPicture::SelectActive,
-        ToolPicture::Fit, ToolPicture::ZoomIn,    ToolPicture::ZoomOut};
-    for (ToolPicture which : all) {
-        const ButtonPicture &p = GetToolPicture(which);
-        const auto alpha = [&](int x, int y) {
-            return p.pixels[(p.height - 1 - y) * p.stride + 4 * x + 3];
-        };
-        EXPECT_EQ(alpha(0, 0), 0);
-        EXPECT_EQ(alpha(p.width - 1, p.height - 1), 0);
-        EXPECT_EQ(alpha(p.width / 2, 0), 255);
-        EXPECT_EQ(alpha(0, p.height / 2), 255);
-        int light = 0;
-        for (int i = 0; i < p.width * p.height; ++i)
-            light += p.pixels[4 * i] > 200;
-        EXPECT_GT(light, 20) << int(which);
-        EXPECT_LT(light, p.width * p.height / 2) << int(which);
-    }
-    // Same symbol, darker square for the active mode.
-    const ButtonPicture &pan = GetToolPicture(ToolPicture::Pan);
-    const ButtonPicture &panActive = GetToolPicture(ToolPicture::PanActive);
-    EXPECT_LT(panActive.pixels[pan.stride * 11 + 4 * 1], pan.pixels[pan.stride * 11 + 4 * 1]);
 }
 
 TEST(PickerDrawing, PictureAlphaIsScaledAndCornersStayTransparent) {

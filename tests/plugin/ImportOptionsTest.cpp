@@ -19,25 +19,22 @@ struct OptionsCase {
     // Expected fields.
     uint32_t scale;
     int32_t format;
-    uint32_t maxDim;
-    uint32_t region[4];
+    uint32_t maxDim, region[4];
     // Expected writes: Scale and Format values (kNone: not written) and their persist flag,
     // and whether the region was written (always without persist).
     unsigned int savedScale, savedFormat;
-    bool persisted;
-    bool regionSaved;
+    bool persisted, regionSaved;
 };
 
 // One case a row.
 // clang-format off
 const OptionsCase kCases[] = {
-    {"empty string, empty store", {}, 0, 0, L"", 1, 4, kAll, {0, 0, 0, 0}, 1, 24, true, false},
     {"Format=32 in a string is 32-bit colour", {}, 0, 0, L"Format=32", 1, 5, kAll, {0, 0, 0, 0},
      1, 32, true, false},
     {"a stored 32 loads as 24-bit colour", {{L"Format", 32}}, 0, 0, nullptr, 1, 4, kAll,
      {0, 0, 0, 0}, kNone, kNone, false, false},
-    {"stored 1, 4, 8 map to their codes", {{L"Format", 8}}, 0, 0, nullptr, 1, 3, kAll,
-     {0, 0, 0, 0}, kNone, kNone, false, false},
+    {"8 is 256-level grey, and is saved as 8", {}, 0, 0, L"Format=8", 1, 3, kAll, {0, 0, 0, 0}, 1,
+     8, true, false},
     {"Format=2 falls back to 24-bit colour", {}, 0, 0, L"Format=2", 1, 4, kAll, {0, 0, 0, 0}, 1,
      24, true, false},
     {"Format=4 in a string is 16-level grey", {}, 0, 0, L"Format=4", 1, 2, kAll, {0, 0, 0, 0}, 1,
@@ -55,10 +52,12 @@ const OptionsCase kCases[] = {
      4, kAll, {50, 2, 3, 90}, 1, 24, true, true},
     {"a region one pixel high is not saved", {}, 0, 0, L"ULX=1;ULY=5;LRX=30;LRY=5", 1, 4, kAll,
      {1, 5, 30, 5}, 1, 24, true, false},
-    {"a stored right edge beyond the image is cut", {{L"LRX", 500}, {L"LRY", 20}}, 100, 50,
-     nullptr, 1, 4, kAll, {0, 0, 99, 20}, kNone, kNone, false, false},
-    {"a stored corner beyond the image is pulled in", {{L"ULX", 700}, {L"ULY", 60}}, 100, 50,
-     nullptr, 1, 4, kAll, {0, 0, 99, 49}, kNone, kNone, false, false},
+    {"nor one pixel wide", {}, 0, 0, L"ULX=7;ULY=1;LRX=7;LRY=9", 1, 4, kAll, {7, 1, 7, 9}, 1, 24,
+     true, false},
+    {"a stored lower-right corner at the size is pulled in", {{L"LRX", 100}, {L"LRY", 50}}, 100,
+     50, nullptr, 1, 4, kAll, {0, 0, 99, 49}, kNone, kNone, false, false},
+    {"so is an upper-left corner", {{L"ULX", 100}, {L"ULY", 50}, {L"LRX", 4}}, 100, 50, nullptr,
+     1, 4, kAll, {4, 0, 99, 49}, kNone, kNone, false, false},
     {"a stored region of zeros is the whole image", {{L"ULX", 0}, {L"LRX", 0}}, 100, 50, nullptr,
      1, 4, kAll, {0, 0, 99, 49}, kNone, kNone, false, false},
     {"a stored reversed region is ordered",
@@ -74,8 +73,12 @@ const OptionsCase kCases[] = {
     {"unknown names and bad values are ignored", {{L"Scale", 4}}, 0, 0,
      L"Bogus=3;Scale=abc;Format=;scale = 16 ;Defaults=maybe", 16, 4, kAll, {0, 0, 0, 0}, 16, 24,
      true, false},
-    {"a value that is not a number leaves the field", {{L"Scale", 4}}, 0, 0, L"Scale=-2", 4, 4,
-     kAll, {0, 0, 0, 0}, 4, 24, true, false},
+    {"names match whole; empty entries and entries without a value are skipped",
+     {{L"Scale", 4}}, 0, 0, L"XScale=3;;Scale;ForgetOptions=YES;;MaxDim= 7 ", 4, 4, 7,
+     {0, 0, 0, 0}, 4, 24, false, false},
+    {"the last entry counts even when bad; values end at 4294967295 and have no sign",
+     {{L"Scale", 8}}, 0, 0, L"Defaults=TRUE;Scale=2;Scale=x;ULX=4294967295;ULY=4294967297;LRX=+3",
+     1, 4, kAll, {4294967295u, 0, 0, 0}, 1, 24, true, false},
     {"scale is not range-checked here", {}, 0, 0, L"Scale=0", 0, 4, kAll, {0, 0, 0, 0}, 0, 24,
      true, false},
 };
@@ -100,23 +103,19 @@ TEST_P(Options, FieldsAndWrites) {
     filter.GetRegion(region[0], region[1], region[2], region[3]);
     EXPECT_EQ(std::vector<uint32_t>(region, region + 4),
               std::vector<uint32_t>(c.region, c.region + 4));
-    unsigned int value = kNone;
+    for (auto [name, expected] : {std::pair{L"Scale", c.savedScale}, {L"Format", c.savedFormat}}) {
+        unsigned int value = kNone;
+        bool persist = c.persisted; // left alone when nothing was written
+        EXPECT_EQ(host.LastWrite(name, value, persist) ? value : kNone, expected)
+            << shr::WtoA(name);
+        EXPECT_EQ(persist, c.persisted) << shr::WtoA(name);
+    }
+    unsigned int value = 0;
     bool persist = false;
-    EXPECT_EQ(host.LastWrite(L"Scale", value, persist) ? value : kNone, c.savedScale);
-    if (c.savedScale != kNone) {
-        EXPECT_EQ(persist, c.persisted);
-    }
-    value = kNone;
-    EXPECT_EQ(host.LastWrite(L"Format", value, persist) ? value : kNone, c.savedFormat);
-    if (c.savedFormat != kNone) {
-        EXPECT_EQ(persist, c.persisted);
-    }
     EXPECT_FALSE(host.LastWrite(L"MaxDim", value, persist));
     for (const wchar_t *corner : {L"ULX", L"ULY", L"LRX", L"LRY"}) {
         EXPECT_EQ(host.LastWrite(corner, value, persist), c.regionSaved) << shr::WtoA(corner);
-        if (c.regionSaved) {
-            EXPECT_FALSE(persist);
-        }
+        EXPECT_FALSE(persist);
     }
 }
 
