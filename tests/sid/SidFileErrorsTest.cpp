@@ -153,7 +153,7 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
         {"image.sid", std::string("msid\x01\x02\x03\x04junk", 12),
          "this is a MrSID image; decoding it needs the vendor's MrSID Decode SDK, which is not "
          "included in this build"},
-#ifndef IOSID_HAVE_JPEG2000 // the native build's refusals are in Jpeg2000ErrorsTest
+#ifndef IOSID_HAVE_JPEG2000 // the native build refuses these below
         {"image.jp2", std::string("\0\0\0\x0CjP  \r\n\x87\n\0\0", 14), kNoJpeg2000},
         {"image.j2k", std::string("\xFF\x4F\xFF\x51\0\0", 6), kNoJpeg2000},
 #endif
