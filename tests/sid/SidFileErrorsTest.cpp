@@ -1,6 +1,7 @@
 // Failure texts of SidInterface on real files through the engine choice, the GeoTIFF and the
 // JPEG 2000 engines: missing, short, foreign, MrSID, truncated, unsupported and corrupt files,
-// and JPEG 2000 sizes that would make the decoder allocate without bound.
+// JPEG layouts not decoded, and JPEG 2000 sizes that would make the decoder allocate without
+// bound. That damaged blocks never crash or hang the decoders is left to the fuzz targets.
 #include "SidInterface.h"
 
 #include "StripTiff.h"
@@ -128,6 +129,17 @@ Bytes OneRow(uint32_t width, uint16_t samples, uint16_t compression, size_t stor
     return b.Strip(Bytes(stored, 0x80)).Build();
 }
 
+#ifdef IOSID_HAVE_JPEG
+// An 8 x 8 JPEG-compressed image of the given layout (planar 2: separate planes).
+Bytes JpegTiff(uint16_t samples, uint16_t bits, uint16_t photometric, uint16_t planar = 1) {
+    StripTiff b(8, 8, samples, bits, photometric, 8);
+    b.Short(259, {7}).Short(284, {planar});
+    for (int plane = 0; plane < (planar == 2 ? samples : 1); ++plane)
+        b.Strip(Bytes(64, 0));
+    return b.Build();
+}
+#endif
+
 struct OpenCase {
     const char *name;
     std::optional<std::string> bytes; // none: no file
@@ -171,6 +183,13 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
         {"jpeg.tif", Text(GreyTiff(7, Ramp(64))),
          "the image uses a layout this reader does not support: Compression 7 (JPEG): this "
          "build has no JPEG decoder"},
+#else // only 8-bit chunky grey or RGB with up to four samples, or YCbCr
+        {"jpeg12.tif", Text(JpegTiff(1, 12, 1)), "...JPEG with 12-bit samples (only 8-bit are"},
+        {"jpeg_planar.tif", Text(JpegTiff(3, 8, 6, 2)), "...JPEG with separate sample planes"},
+        {"jpeg_cmyk.tif", Text(JpegTiff(4, 8, 5)), "...JPEG with Photometric 5 and 4 samples"},
+        {"jpeg_ycbcr4.tif", Text(JpegTiff(4, 8, 6)), "...JPEG with Photometric 6 and 4 samples"},
+        {"jpeg_rgb5.tif", Text(JpegTiff(5, 8, 2)), "...JPEG with Photometric 2 and 5 samples"},
+        {"jpeg_palette.tif", Text(JpegTiff(1, 8, 3)), "...JPEG with Photometric 3 and 1 samples"},
 #endif
 #ifdef IOSID_HAVE_JPEG2000
         {"good.j2k", good, ""}, // the builder's untouched header: the refusals are the changes
@@ -257,6 +276,10 @@ TEST(SidFileErrors, DataFailuresAppearWhenTheirStripIsRead) {
         {"cut_data.tif", whole.substr(0, whole.size() - 10), L"status -3"},
         {"bad_lzw.tif", Text(GreyTiff(5, std::string(20, '\xFF'))), L"status -5"},
         {"bad_deflate.tif", Text(GreyTiff(8, "not a zlib stream at all")), L"status -5"},
+#ifdef IOSID_HAVE_JPEG
+        {"bad_jpeg.tif", Text(GreyTiff(7, std::string(64, 'U'))),
+         L"status -5 (JPEG block: Not a JPEG file: starts with 0x55 0x55)"},
+#endif
     };
     const std::wstring reason = L"decoding the image data failed: rows 0 to 7 of the "
                                 L"full-resolution image: Subsystems/TiffImage/";

@@ -182,43 +182,6 @@ TEST_P(Jpeg2000Pixels, OneReaderChangingLevelsReadsWhatFreshReadersRead) {
 INSTANTIATE_TEST_SUITE_P(Files, Jpeg2000Pixels, ::testing::ValuesIn(kPixelCases),
                          [](const auto &info) { return std::string(info.param.name); });
 
-// Damaged files: cut short or with bytes flipped inside the tiles. The reader fails with the
-// decoder's reason; it never crashes or hangs.
-struct DamageCase {
-    const char *name;
-    const char *args;
-    const char *extension;
-    double keep;        // part of the file kept
-    int flips;          // bytes changed after the headers
-    const char *reason; // in the failure text
-};
-
-const DamageCase kDamageCases[] = {
-    {"cut_codestream", "-co CODEC=J2K", "j2k", 0.7, 0, "JPEG 2000 decoding: area"},
-    {"flipped_tiles", "-co BLOCKXSIZE=64 -co BLOCKYSIZE=64", "jp2", 1.0, 300,
-     "JPEG 2000 decoding: tile 1 could not be decoded: "},
-};
-
-TEST(Jpeg2000Damage, FailuresCarryTheDecodersReason) {
-    const std::string source = MakeEnviSource("jp2_damage", 300, 200, 3, "Byte");
-    for (const DamageCase &c : kDamageCases) {
-        const std::string path = MakeJpeg2000(std::string("jp2_") + c.name, source,
-                                              LOSSLESS + std::string(c.args), c.extension);
-        ASSERT_FALSE(path.empty()) << c.name;
-        std::string bytes = ReadFile(path);
-        bytes.resize(static_cast<size_t>(bytes.size() * c.keep));
-        for (int i = 0; i < c.flips; ++i)
-            bytes[400 + (i * 7919u) % (bytes.size() - 400)] ^= 0x5A;
-        std::FILE *f = std::fopen(path.c_str(), "wb");
-        ASSERT_NE(f, nullptr);
-        std::fwrite(bytes.data(), 1, bytes.size(), f);
-        std::fclose(f);
-        const Raster ours = ReadOurs(path, 1, nullptr, 4);
-        ASSERT_FALSE(ours.error.empty()) << c.name;
-        EXPECT_NE(ours.error.find(c.reason), std::string::npos) << c.name << ": " << ours.error;
-    }
-}
-
 // Georeferencing: the engine's pixel-centre map and EPSG key against gdalinfo.
 struct GeoCase {
     const char *name;
