@@ -16,8 +16,8 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -39,10 +39,7 @@ std::vector<uint8_t> ReadBytes(const fs::path &path) {
 }
 
 size_t FileCount(const fs::path &folder) {
-    size_t count = 0;
-    for ([[maybe_unused]] const auto &entry : fs::directory_iterator(folder))
-        ++count;
-    return count;
+    return static_cast<size_t>(std::distance(fs::directory_iterator(folder), {}));
 }
 
 // Rows of a deterministic pattern in the host's layout for `format`.

@@ -1,5 +1,5 @@
 // The GeoTIFF engine on small built files: sample types and colour interpretations to output
-// rows; GeoKeys as metadata records; resolution levels; scene checks. Layouts GDAL writes
+// rows; GeoKeys as metadata records; resolution levels. Layouts GDAL writes
 // (palettes, planar, alpha, 16-bit, big-endian) are compared with GDAL in the peer tests.
 #include "SidIO.h"
 #include "SidInterface.h"
@@ -87,7 +87,7 @@ TEST(GeoTiffEngine, SampleTypesAndColourSpacesToOutputRows) {
     }
 }
 
-// The reader stage of a pipeline on a file, for metadata and scene checks.
+// The reader stage of a pipeline on a file, for metadata checks.
 struct OpenImage {
     explicit OpenImage(const Bytes &bytes)
         : stream(sidtest::ScratchFile("engine.tif", bytes), true),
@@ -150,29 +150,6 @@ TEST(GeoTiffEngine, MaximumScaleFromTheFitRule) {
         ASSERT_TRUE(reader.Open(sidtest::ScratchFile("levels.tif", b.Build()))) << c.name;
         EXPECT_EQ(reader.GetMaxScale(), c.maxScale) << c.name;
     }
-}
-
-TEST(GeoTiffEngine, ScenesOutsideTheImageOrAtOddMagnificationsAreRefused) {
-    StripTiff b(1024, 4, 1, 8, 1, 4);
-    b.Strip(Bytes(4096, 0x22));
-    OpenImage image(b.Build());
-    ASSERT_EQ(image.status, LT_STS_Success);
-    const LTIPixel pixel = image.reader->getPixelProps();
-    const std::pair<LTIScene, LT_STATUS> cases[] = {
-        {LTIScene(0, 0, 1024, 4, 1.0), LT_STS_Success},
-        {LTIScene(0, 0, 512, 2, 0.5), LT_STS_Success},
-        {LTIScene(1, 0, 1024, 4, 1.0), LTI_STS_BadScene},
-        {LTIScene(0, 0, 10, 2, 1.0 / 3), LTI_STS_BadScene},
-        {LTIScene(0, 0, 10, 1, 0.25), LTI_STS_BadScene}, // below the minimum magnification
-        {LTIScene(0.5, 0, 10, 2, 1.0), LTI_STS_BadScene},
-        {LTIScene(0, 0, 10, 2, 2.0), LTI_STS_BadScene},
-    };
-    for (const auto &[scene, status] : cases) {
-        LTISceneBuffer buffer(pixel, 1024, 4);
-        EXPECT_EQ(image.reader->read(scene, buffer), status) << scene.getMag();
-    }
-    LTISceneBuffer small(pixel, 10, 1);
-    EXPECT_EQ(image.reader->read(LTIScene(0, 0, 20, 2, 1.0), small), LTI_STS_BadSceneBuffer);
 }
 
 } // namespace

@@ -23,8 +23,8 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 std::string Item(const char *name, int sample, const char *value) {
-    return std::string("<Item name=\"") + name + "\" sample=\"" + std::to_string(sample) +
-           "\">" + value + "</Item>";
+    return std::string("<Item name=\"") + name + "\" sample=\"" + std::to_string(sample) + "\">" +
+           value + "</Item>";
 }
 
 // A two-band float image of `values` (band 0, band 1 per pixel) read through the reader.
@@ -39,6 +39,7 @@ struct EngineCase {
 
 TEST(GeoTiffBandRange, StatisticsElseSampleExtentWithoutNodataOrNaN) {
     const double u16 = 65535, inf = kInf;
+    // clang-format off
     const EngineCase cases[] = {
         {"float extent per band", 32, 3, 0, {0.5, -1, -0.25, 2, 0.75, 3}, nullptr, "",
          -0.25, 0.75, -1, 3},
@@ -52,14 +53,16 @@ TEST(GeoTiffBandRange, StatisticsElseSampleExtentWithoutNodataOrNaN) {
          10, 30, 0, 4095},
         {"malformed statistics ignored", 16, 1, 0, {10, 20, 30, 40}, nullptr,
          "<GDALMetadata>" + Item("STATISTICS_MINIMUM", 1, "0"), 10, 30, 20, 40},
-        {"a minimum without its maximum, a value not a number", 16, 1, 0, {10, 20, 30, 40}, nullptr,
-         "<GDALMetadata>" + Item("STATISTICS_MINIMUM", 0, "1") + Item("STATISTICS_MINIMUM", 1, "1x") +
-             Item("STATISTICS_MAXIMUM", 1, "2") + "</GDALMetadata>",
+        {"a minimum without its maximum, a value not a number", 16, 1, 0, {10, 20, 30, 40},
+         nullptr, "<GDALMetadata>" + Item("STATISTICS_MINIMUM", 0, "1") +
+                      Item("STATISTICS_MINIMUM", 1, "1x") + Item("STATISTICS_MAXIMUM", 1, "2") +
+                      "</GDALMetadata>",
          10, 30, 20, 40},
         {"alpha keeps the type's range", 16, 1, 2, {100, 200, 300, 200}, nullptr, "",
          100, 300, 0, u16},
         {"8-bit keeps its values", 8, 1, 0, {10, 20, 30, 40}, nullptr, "", 0, 255, 0, 255},
     };
+    // clang-format on
     for (const EngineCase &c : cases) {
         const auto pixels = static_cast<uint32_t>(c.values.size() / 2);
         sidtest::StripTiff tiff(pixels, 1, 2, c.bits, 1, 1);

@@ -232,14 +232,14 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
     };
     for (const auto &c : cases) {
         const std::string reason = c.reason.substr(c.reason.rfind("...", 0) == 0 ? 3 : 0);
-        const std::wstring path = sidtest::Wide(
-            c.bytes ? sidtest::WriteScratch(c.name, *c.bytes) : sidtest::ScratchPath(c.name));
+        const std::wstring path = sidtest::Wide(c.bytes ? sidtest::WriteScratch(c.name, *c.bytes)
+                                                        : sidtest::ScratchPath(c.name));
         SidInterface reader;
         EXPECT_EQ(reader.Open(path), reason.empty()) << c.name;
         const std::wstring text = reader.GetErrorText();
         if (reason.size() == c.reason.size())
-            EXPECT_EQ(text, reason.empty() ? L"" : kOpenPrefix + path + kReported +
-                                                       sidtest::Wide(reason))
+            EXPECT_EQ(text,
+                      reason.empty() ? L"" : kOpenPrefix + path + kReported + sidtest::Wide(reason))
                 << c.name;
         else
             EXPECT_TRUE(text.rfind(kOpenPrefix + path + kReported, 0) == 0 &&

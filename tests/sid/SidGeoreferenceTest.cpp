@@ -137,8 +137,8 @@ TEST(SidGeoreference, FourCornerWarpOfAScaledRegionOfARotatedFile) {
     // Pixel (0, 0) centred on (1000, 2000); x = 2 per column + 0.5 per row, y = 0.25 - 3.
     tiff.Double(34264, {2, 0.5, 0, 998.75, 0.25, -3, 0, 2001.375, 0, 0, 0, 0, 0, 0, 0, 1});
     SidInterface reader;
-    ASSERT_TRUE(reader.Open(sidtest::ScratchFile("rotated.tif",
-                                                 tiff.Strip(sidtest::Bytes(1002 * 502)).Build())));
+    ASSERT_TRUE(reader.Open(
+        sidtest::ScratchFile("rotated.tif", tiff.Strip(sidtest::Bytes(1002 * 502)).Build())));
     ASSERT_TRUE(reader.SetScale(2));
     reader.SetRegion(0, 0, 1001, 501);
     gcs::GCSDef gcsDef;

@@ -138,6 +138,7 @@ TEST(SidInterfaceStrips, StripRowsFollowTheSixteenMebibyteRule) {
 // Colour spaces and ranges no open engine produces, and the packed formats' spare bits.
 TEST(SidInterfaceConversion, SyntheticOnlyLayouts) {
     using Ranges = std::vector<std::pair<double, double>>;
+    // clang-format off
     const struct {
         const char *name;
         LTIColorSpace colorSpace;
@@ -158,6 +159,7 @@ TEST(SidInterfaceConversion, SyntheticOnlyLayouts) {
         // 10 pixels: 0, 3, 6 and 9 white; the last six bits of the second byte are kept.
         {"bilevel spare bits", LTI_COLORSPACE_GRAYSCALE, {}, {}, 1, {0x92, 0x6A, 0xAA}},
     };
+    // clang-format on
     for (const auto &c : cases) {
         TestImage im = Sized(c.samples.empty() ? 10 : 16, 4);
         im.colorSpace = c.colorSpace;

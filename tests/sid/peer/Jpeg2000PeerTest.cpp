@@ -52,7 +52,8 @@ Raster ReadEngine(const std::string &path, uint32_t scale, const uint32_t *regio
     Engine engine(path);
     MrSIDImageReader *reader = engine.reader;
     if (engine.status)
-        return image.error = std::string("initialize: ") + getLastStatusString(engine.status), image;
+        return image.error = std::string("initialize: ") + getLastStatusString(engine.status),
+               image;
     const uint32_t whole[4] = {0, 0, reader->getWidth() - 1, reader->getHeight() - 1};
     const uint32_t *r = region ? region : whole;
     const LTIPixel &pixel = reader->getPixelProps();

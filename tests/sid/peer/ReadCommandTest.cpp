@@ -25,8 +25,8 @@ std::string Pyramid() {
 
 TEST(ReadCommand, JsonSummaryCarriesSizeScaleAndWarp) {
     const std::string tiff = Pyramid();
-    const std::string out = RunCommand(
-        Iosid(tiff + " -o " + ScratchPath("cli.raw") + " --scale 2 --region 100,50,899,649 --json"));
+    const std::string out = RunCommand(Iosid(tiff + " -o " + ScratchPath("cli.raw") +
+                                             " --scale 2 --region 100,50,899,649 --json"));
     // The warp spans corner pixel to corner pixel: (899 - 100) / 2 = 399 output pixels.
     for (const char *field :
          {"\"width\": 400", "\"height\": 300", "\"bitsPerPixel\": 24", "\"scale\": 2",
