@@ -123,14 +123,12 @@ struct FixtureCase {
 };
 
 TEST(GdalFixtures, LibtiffSamplesMatchGdal) {
+    // Decoding every fixture is compared with libtiff in the TIFF library's peer tests; here the
+    // colour maps and the stretch of wide samples.
     const FixtureCase cases[] = {
-        {"tiff/rgb-3c-8b.tiff", 4, ""},
-        {"tiff/minisblack-1c-8b.tiff", 3, ""},
         {"tiff/palette-1c-8b.tiff", 4, "-expand rgb"},
         {"tiff/palette-1c-4b.tiff", 4, "-expand rgb"},
-        {"tiff/quad-lzw-compat.tiff", 4, ""},
         {"tiff/rgb-3c-16b.tiff", 4, kStretch},
-        {"geotiff/byte.tif", 3, ""},
     };
     for (const auto &c : cases) {
         const std::string path = std::string(IOSID_TESTDATA) + "/" + c.file;
