@@ -3,11 +3,7 @@
 // windows inside the image, and rows too wide for one output row to be read at once; and the
 // heap such a read takes on images too large to hold. This program counts every heap
 // allocation (it replaces the global allocation functions), so it runs on its own.
-#include "SidIO.h"
-
 #include "StripTiff.h"
-
-#include "lti/MrSIDImageReader.h"
 
 #include <gtest/gtest.h>
 
@@ -223,21 +219,9 @@ int Mismatches(MrSIDImageReader *reader, const AverageCase &c, uint32_t k, const
     return mismatches;
 }
 
-struct OpenImage {
-    explicit OpenImage(const AverageCase &c)
-        : stream(sidtest::ScratchFile("average-case.tif", BuildImage(c)), true),
-          reader(MrSIDImageReader::create()),
-          status(reader->initialize(&stream, nullptr, MRSID_MEMORY_USAGE_DEFAULT,
-                                    MRSID_STREAM_USAGE_CREATE)) {}
-    ~OpenImage() { reader->release(); }
-    SidIO stream;
-    MrSIDImageReader *reader;
-    LT_STATUS status;
-};
-
 TEST(GeoTiffAverage, EveryOutputPixelIsTheMeanOfItsClippedBlock) {
     for (const auto &c : kCases) {
-        OpenImage image(c);
+        const sidtest::OpenReader image(sidtest::ScratchFile("average.tif", BuildImage(c)));
         ASSERT_EQ(image.status, LT_STS_Success) << c.name;
         for (uint32_t k = 2; 1.0 / k >= image.reader->getMinMagnification(); k *= 2) {
             lt_uint32 width = 0, height = 0;
@@ -263,7 +247,7 @@ TEST(GeoTiffAverage, ImagesTooLargeToHoldAreAveragedWithinABoundedBudget) {
     const AverageCase cases[] = {{"wide", 131072, 256, 1, 16, 1, 1, 256, sample},
                                  {"tall", 256, 131072, 1, 16, 1, 1, 131072, sample}};
     for (const auto &c : cases) {
-        OpenImage image(c);
+        const sidtest::OpenReader image(sidtest::ScratchFile("average.tif", BuildImage(c)));
         ASSERT_EQ(image.status, LT_STS_Success) << c.name;
         ASSERT_DOUBLE_EQ(image.reader->getMinMagnification(), 1.0 / 256) << c.name;
         const size_t before = gLiveBytes.load();

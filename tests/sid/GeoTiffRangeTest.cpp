@@ -2,12 +2,9 @@
 // them (malformed XML ignored), else the extent of the samples without nodata, NaN and
 // infinities; 8-bit images and alpha keep their type's range. Statistics GDAL writes are read
 // in DynamicRangePeerTest.
-#include "SidIO.h"
-
 #include "StripTiff.h"
 
 #include "Subsystems/TiffImage/TiffTags.h"
-#include "lti/MrSIDImageReader.h"
 
 #include <gtest/gtest.h>
 
@@ -84,17 +81,13 @@ TEST(GeoTiffBandRange, StatisticsElseSampleExtentWithoutNodataOrNaN) {
             tiff.Put(strip, bits, c.bits / 8);
         }
         tiff.Strip(strip);
-        SidIO stream(sidtest::ScratchFile("range.tif", tiff.Build()), true);
-        MrSIDImageReader *reader = MrSIDImageReader::create();
-        ASSERT_EQ(reader->initialize(&stream, nullptr, MRSID_MEMORY_USAGE_DEFAULT,
-                                     MRSID_STREAM_USAGE_CREATE),
-                  LT_STS_Success)
-            << c.name;
+        const sidtest::OpenReader image(sidtest::ScratchFile("range.tif", tiff.Build()));
+        ASSERT_EQ(image.status, LT_STS_Success) << c.name;
+        MrSIDImageReader *reader = image.reader;
         EXPECT_EQ(reader->getMinDynamicRange(0), c.lo0) << c.name;
         EXPECT_EQ(reader->getMaxDynamicRange(0), c.hi0) << c.name;
         EXPECT_EQ(reader->getMinDynamicRange(1), c.lo1) << c.name;
         EXPECT_EQ(reader->getMaxDynamicRange(1), c.hi1) << c.name;
-        reader->release();
     }
 }
 

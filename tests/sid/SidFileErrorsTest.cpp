@@ -114,12 +114,6 @@ std::string Jp2(const std::string &header, const std::string &rest) {
            Box("jp2h", header) + rest;
 }
 
-Header With(void (*change)(Header &)) {
-    Header h;
-    change(h);
-    return h;
-}
-
 #endif
 
 // One row of `width` pixels of `samples` 8-bit samples, its strip `stored` bytes.
@@ -193,32 +187,31 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
 #endif
 #ifdef IOSID_HAVE_JPEG2000
         {"good.j2k", good, ""}, // the builder's untouched header: the refusals are the changes
-        {"huge_tile.j2k", Codestream(With([](Header &h) {
-             h.width = h.height = h.tileWidth = h.tileHeight = 0x7FFFFFFF;
-         })),
+        {"huge_tile.j2k",
+         Codestream({.width = 0x7FFFFFFF,
+                     .height = 0x7FFFFFFF,
+                     .tileWidth = 0x7FFFFFFF,
+                     .tileHeight = 0x7FFFFFFF}),
          "...have too many code-blocks to decode"},
-        {"wide_short_tile.j2k", Codestream(With([](Header &h) {
-             h.width = h.tileWidth = 134217748; // code-blocks far smaller than the area says
-             h.height = h.tileHeight = 20;
-             h.components = 4;
-         })),
+        // Code-blocks far smaller than the area says.
+        {"wide_short_tile.j2k",
+         Codestream({.width = 134217748,
+                     .height = 20,
+                     .tileWidth = 134217748,
+                     .tileHeight = 20,
+                     .components = 4}),
          "...have too many code-blocks to decode"},
-        {"many_tiles.j2k", Codestream(With([](Header &h) {
-             h.width = h.height = 100000;
-             h.tileWidth = h.tileHeight = 16;
-         })),
+        {"many_tiles.j2k",
+         Codestream({.width = 100000, .height = 100000, .tileWidth = 16, .tileHeight = 16}),
          "...tiles (at most 65535 are allowed)"},
-        {"tile_components.j2k", Codestream(With([](Header &h) {
-             h.width = h.height = 4096;
-             h.tileWidth = h.tileHeight = 32;
-             h.components = 16;
-         })),
+        {"tile_components.j2k",
+         Codestream(
+             {.width = 4096, .height = 4096, .tileWidth = 32, .tileHeight = 32, .components = 16}),
          "...tiles of 16 components are too many"},
-        {"deep.j2k", Codestream(With([](Header &h) { h.bits = 24; })), "...24-bit samples"},
-        {"subsampled.j2k", Codestream(With([](Header &h) { h.dx = 2; })), "...is subsampled"},
-        {"no_coding.j2k", Codestream(With([](Header &h) { h.coding = false; })),
-         "...has no COD marker"},
-        {"empty.j2k", Codestream(With([](Header &h) { h.width = 0; })), "...is empty or too large"},
+        {"deep.j2k", Codestream({.bits = 24}), "...24-bit samples"},
+        {"subsampled.j2k", Codestream({.dx = 2}), "...is subsampled"},
+        {"no_coding.j2k", Codestream({.coding = false}), "...has no COD marker"},
+        {"empty.j2k", Codestream({.width = 0}), "...is empty or too large"},
         {"cut_header.j2k", good.substr(0, 30), "...runs past the codestream"},
         {"box_overrun.jp2", Jp2("", Box("jp2c", good)).substr(0, 60) + std::string(4, '\xFF'),
          "...runs past the end of its container"},

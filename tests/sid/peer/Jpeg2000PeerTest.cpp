@@ -2,10 +2,8 @@
 // gdal_translate at every reduction, whole and by region, sample for sample (the reader's
 // conversions to output rows are unit-tested over the synthetic engine); and their
 // georeferencing (GeoJP2, GMLJP2) against gdalinfo.
+#include "../StripTiff.h"
 #include "OurReader.h"
-#include "SidIO.h"
-
-#include "lti/MrSIDImageReader.h"
 
 #include <gtest/gtest.h>
 
@@ -31,25 +29,12 @@ std::string MakeJpeg2000(const std::string &name, const std::string &source,
     return path;
 }
 
-// The engine's reader on `path`; `status` says whether it initialized.
-struct Engine {
-    explicit Engine(const std::string &path)
-        : stream(std::wstring(path.begin(), path.end()), true),
-          reader(LizardTech::MrSIDImageReader::create()),
-          status(reader->initialize(&stream, nullptr, LizardTech::MRSID_MEMORY_USAGE_DEFAULT,
-                                    LizardTech::MRSID_STREAM_USAGE_CREATE)) {}
-    ~Engine() { reader->release(); }
-    SidIO stream;
-    LizardTech::MrSIDImageReader *reader;
-    LizardTech::LT_STATUS status;
-};
-
 // Reads through the engine alone (no colour or range conversion): pixel-interleaved samples
 // of the image's own type and bands. `region` (left, top, right, bottom) as for ReadOurs.
 Raster ReadEngine(const std::string &path, uint32_t scale, const uint32_t *region) {
     using namespace LizardTech;
     Raster image;
-    Engine engine(path);
+    const sidtest::OpenReader engine(Wide(path));
     MrSIDImageReader *reader = engine.reader;
     if (engine.status)
         return image.error = std::string("initialize: ") + getLastStatusString(engine.status),
@@ -158,7 +143,7 @@ TEST_P(Jpeg2000Pixels, OneReaderChangingLevelsReadsWhatFreshReadersRead) {
     const PixelCase &c = GetParam();
     const std::string path = make(c);
     ASSERT_FALSE(path.empty());
-    Engine engine(path);
+    const sidtest::OpenReader engine(Wide(path));
     MrSIDImageReader *reader = engine.reader;
     ASSERT_EQ(engine.status, LT_STS_Success);
     for (const uint32_t scale : {c.maxScale, 1u, c.maxScale / 2 + 1, 1u}) {
@@ -210,7 +195,7 @@ TEST(Jpeg2000Georeference, MapAndSystemMatchGdalinfo) {
                     ParseWkt(info.wkt, root))
             << c.name;
         const double *gt = info.geoTransform;
-        Engine engine(path);
+        const sidtest::OpenReader engine(Wide(path));
         ASSERT_EQ(engine.status, LizardTech::LT_STS_Success) << c.name;
         int epsg = 0;
         for (const char *key : {"GEOTIFF_NUM::3072::ProjectedCSTypeGeoKey",
