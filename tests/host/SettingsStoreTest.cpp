@@ -1,4 +1,5 @@
-// The settings store: missing and damaged files, persisted and run-only values, concurrent saves.
+// The settings store: missing and damaged files, persisted and run-only values, concurrent saves
+// (each merging what the others saved).
 #include "SettingsStore.h"
 
 #include <gtest/gtest.h>
@@ -34,21 +35,6 @@ void WriteText(const fs::path &path, const std::string &text) {
     std::ofstream(path, std::ios::binary) << text;
 }
 
-TEST(SettingsStore, MissingFileGivesDefaultsWithoutWarning) {
-    const fs::path path = FreshFolder("missing") / "sub" / "settings.json";
-    SettingsStore store(path.string());
-    EXPECT_EQ(store.Load(), "");
-    unsigned value = 7;
-    EXPECT_FALSE(store.Get("Scale", value, true));
-    EXPECT_EQ(value, 7u);
-    store.Set("Scale", 4, true);
-    store.Save(); // creates the folder
-    SettingsStore again(path.string());
-    EXPECT_EQ(again.Load(), "");
-    ASSERT_TRUE(again.Get("Scale", value, true));
-    EXPECT_EQ(value, 4u);
-}
-
 TEST(SettingsStore, DamagedFileWarnsAndIsNotOverwritten) {
     const std::vector<std::pair<std::string, std::string>> cases = {
         {"", "empty"},
@@ -79,9 +65,16 @@ TEST(SettingsStore, DamagedFileWarnsAndIsNotOverwritten) {
     }
 }
 
-TEST(SettingsStore, RunOnlyValuesShadowAndAreNotWritten) {
-    const fs::path path = FreshFolder("runonly") / "settings.json";
-    WriteText(path, "{\"Scale\": 2, \"Format\": 8}");
+TEST(SettingsStore, MissingFileThenRunOnlyValuesShadowAndAreNotWritten) {
+    const fs::path path = FreshFolder("runonly") / "sub" / "settings.json";
+    SettingsStore first(path.string());
+    EXPECT_EQ(first.Load(), ""); // missing: defaults, no warning
+    unsigned kept = 7;
+    EXPECT_FALSE(first.Get("Scale", kept, true));
+    EXPECT_EQ(kept, 7u);
+    first.Set("Scale", 2, true);
+    first.Set("Format", 8, true);
+    first.Save(); // creates the folder
     SettingsStore store(path.string());
     ASSERT_EQ(store.Load(), "");
     store.Set("Scale", 16, false);
@@ -114,24 +107,6 @@ TEST(SettingsStore, RunOnlyValuesShadowAndAreNotWritten) {
     unsigned value = 0;
     ASSERT_TRUE(store.Get("Scale", value, false));
     EXPECT_EQ(value, 32u);
-}
-
-TEST(SettingsStore, SaveMergesWhatAnotherStoreSaved) {
-    const fs::path path = FreshFolder("merge") / "settings.json";
-    SettingsStore first(path.string()), second(path.string());
-    ASSERT_EQ(first.Load(), "");
-    ASSERT_EQ(second.Load(), "");
-    first.Set("Scale", 4, true);
-    second.Set("Format", 32, true);
-    first.Save();
-    second.Save();
-    SettingsStore check(path.string());
-    ASSERT_EQ(check.Load(), "");
-    unsigned scale = 0, format = 0;
-    EXPECT_TRUE(check.Get("Scale", scale, true));
-    EXPECT_TRUE(check.Get("Format", format, true));
-    EXPECT_EQ(scale, 4u);
-    EXPECT_EQ(format, 32u);
 }
 
 TEST(SettingsStore, ConcurrentSavesKeepEveryValue) {

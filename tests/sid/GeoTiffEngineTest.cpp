@@ -1,12 +1,10 @@
 // The GeoTIFF engine on small built files: sample types and colour interpretations to output
-// rows; GeoKeys as metadata records; resolution levels; scene checks. Layouts GDAL writes
+// rows; GeoKeys as metadata records; resolution levels. Layouts GDAL writes
 // (palettes, planar, alpha, 16-bit, big-endian) are compared with GDAL in the peer tests.
-#include "SidIO.h"
 #include "SidInterface.h"
 
 #include "StripTiff.h"
 
-#include "lti/MrSIDImageReader.h"
 #include "shr/Strings.h"
 
 #include <gtest/gtest.h>
@@ -87,20 +85,6 @@ TEST(GeoTiffEngine, SampleTypesAndColourSpacesToOutputRows) {
     }
 }
 
-// The reader stage of a pipeline on a file, for metadata and scene checks.
-struct OpenImage {
-    explicit OpenImage(const Bytes &bytes)
-        : stream(sidtest::ScratchFile("engine.tif", bytes), true),
-          reader(MrSIDImageReader::create()) {
-        status = reader->initialize(&stream, nullptr, MRSID_MEMORY_USAGE_DEFAULT,
-                                    MRSID_STREAM_USAGE_CREATE);
-    }
-    ~OpenImage() { reader->release(); }
-    SidIO stream;
-    MrSIDImageReader *reader;
-    LT_STATUS status;
-};
-
 TEST(GeoTiffEngine, GeoKeysBecomeNamedRecords) {
     StripTiff b(4, 1, 1, 8, 1, 1);
     b.Strip({1, 2, 3, 4});
@@ -112,7 +96,7 @@ TEST(GeoTiffEngine, GeoKeysBecomeNamedRecords) {
                        3076, 0,           1, 9001,  // ProjLinearUnits
                        3078, kGeoDoubles, 1, 7});   // past the doubles: skipped
     b.Double(kGeoDoubles, {1.5, 6378137.0}).Ascii(kGeoAscii, "UTM|");
-    OpenImage image(b.Build());
+    const sidtest::OpenReader image(sidtest::ScratchFile("engine.tif", b.Build()));
     ASSERT_EQ(image.status, LT_STS_Success);
     const LTIMetadataDatabase &md = image.reader->getMetadata();
     ASSERT_EQ(md.getIndexCount(), 5u);
@@ -150,29 +134,6 @@ TEST(GeoTiffEngine, MaximumScaleFromTheFitRule) {
         ASSERT_TRUE(reader.Open(sidtest::ScratchFile("levels.tif", b.Build()))) << c.name;
         EXPECT_EQ(reader.GetMaxScale(), c.maxScale) << c.name;
     }
-}
-
-TEST(GeoTiffEngine, ScenesOutsideTheImageOrAtOddMagnificationsAreRefused) {
-    StripTiff b(1024, 4, 1, 8, 1, 4);
-    b.Strip(Bytes(4096, 0x22));
-    OpenImage image(b.Build());
-    ASSERT_EQ(image.status, LT_STS_Success);
-    const LTIPixel pixel = image.reader->getPixelProps();
-    const std::pair<LTIScene, LT_STATUS> cases[] = {
-        {LTIScene(0, 0, 1024, 4, 1.0), LT_STS_Success},
-        {LTIScene(0, 0, 512, 2, 0.5), LT_STS_Success},
-        {LTIScene(1, 0, 1024, 4, 1.0), LTI_STS_BadScene},
-        {LTIScene(0, 0, 10, 2, 1.0 / 3), LTI_STS_BadScene},
-        {LTIScene(0, 0, 10, 1, 0.25), LTI_STS_BadScene}, // below the minimum magnification
-        {LTIScene(0.5, 0, 10, 2, 1.0), LTI_STS_BadScene},
-        {LTIScene(0, 0, 10, 2, 2.0), LTI_STS_BadScene},
-    };
-    for (const auto &[scene, status] : cases) {
-        LTISceneBuffer buffer(pixel, 1024, 4);
-        EXPECT_EQ(image.reader->read(scene, buffer), status) << scene.getMag();
-    }
-    LTISceneBuffer small(pixel, 10, 1);
-    EXPECT_EQ(image.reader->read(LTIScene(0, 0, 20, 2, 1.0), small), LTI_STS_BadSceneBuffer);
 }
 
 } // namespace

@@ -1,13 +1,10 @@
 // The per-band range a GeoTIFF of wide samples declares: GDAL's statistics when the file has
 // them (malformed XML ignored), else the extent of the samples without nodata, NaN and
-// infinities; 8-bit images and alpha keep their type's range.
-#include "SidIO.h"
-
+// infinities; 8-bit images and alpha keep their type's range. Statistics GDAL writes are read
+// in DynamicRangePeerTest.
 #include "StripTiff.h"
 
 #include "Subsystems/TiffImage/TiffTags.h"
-#include "engines/geotiff/GeoTiffRange.h"
-#include "lti/MrSIDImageReader.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +13,6 @@
 #include <vector>
 
 using namespace LizardTech;
-using engines::geotiff::ParseGdalStatistics;
 
 namespace {
 
@@ -24,41 +20,8 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 std::string Item(const char *name, int sample, const char *value) {
-    return std::string("<Item name=\"") + name + "\" sample=\"" + std::to_string(sample) +
-           "\">" + value + "</Item>";
-}
-
-TEST(GdalStatistics, ItemsPerBandAndMalformedXml) {
-    const std::string both1 = Item("STATISTICS_MINIMUM", 1, "-2.5") +
-                              Item("STATISTICS_MAXIMUM", 1, " 1e3 ");
-    struct Case {
-        const char *name;
-        std::string xml;
-        std::vector<int> known; // per band: 1 known
-    };
-    const Case cases[] = {
-        {"band 1 only", "<GDALMetadata>" + both1 + "</GDALMetadata>", {0, 1}},
-        {"single quotes, dataset items ignored",
-         "<GDALMetadata><Item name='STATISTICS_MINIMUM'>0</Item><Item name='STATISTICS_MINIMUM' "
-         "sample='0'>3</Item><Item name='STATISTICS_MAXIMUM' sample='0'>4</Item></GDALMetadata>",
-         {1, 0}},
-        {"minimum without maximum", "<GDALMetadata>" + Item("STATISTICS_MINIMUM", 0, "1") +
-                                        "</GDALMetadata>", {0, 0}},
-        {"not a number", "<GDALMetadata>" + Item("STATISTICS_MINIMUM", 0, "1x") +
-                             Item("STATISTICS_MAXIMUM", 0, "2") + both1 + "</GDALMetadata>",
-         {0, 1}},
-        {"unclosed item", "<GDALMetadata>" + both1 + "<Item name=\"X\" sample=\"0\">1</GDALMetadata>",
-         {0, 0}},
-    };
-    for (const Case &c : cases) {
-        const auto ranges = ParseGdalStatistics(c.xml, 2);
-        ASSERT_EQ(ranges.size(), 2u);
-        for (size_t b = 0; b < 2; ++b)
-            EXPECT_EQ(ranges[b].known, c.known[b] == 1) << c.name << " band " << b;
-    }
-    const auto ranges = ParseGdalStatistics(cases[0].xml, 2);
-    EXPECT_EQ(ranges[1].min, -2.5);
-    EXPECT_EQ(ranges[1].max, 1000.0);
+    return std::string("<Item name=\"") + name + "\" sample=\"" + std::to_string(sample) + "\">" +
+           value + "</Item>";
 }
 
 // A two-band float image of `values` (band 0, band 1 per pixel) read through the reader.
@@ -73,6 +36,7 @@ struct EngineCase {
 
 TEST(GeoTiffBandRange, StatisticsElseSampleExtentWithoutNodataOrNaN) {
     const double u16 = 65535, inf = kInf;
+    // clang-format off
     const EngineCase cases[] = {
         {"float extent per band", 32, 3, 0, {0.5, -1, -0.25, 2, 0.75, 3}, nullptr, "",
          -0.25, 0.75, -1, 3},
@@ -86,10 +50,16 @@ TEST(GeoTiffBandRange, StatisticsElseSampleExtentWithoutNodataOrNaN) {
          10, 30, 0, 4095},
         {"malformed statistics ignored", 16, 1, 0, {10, 20, 30, 40}, nullptr,
          "<GDALMetadata>" + Item("STATISTICS_MINIMUM", 1, "0"), 10, 30, 20, 40},
+        {"a minimum without its maximum, a value not a number", 16, 1, 0, {10, 20, 30, 40},
+         nullptr, "<GDALMetadata>" + Item("STATISTICS_MINIMUM", 0, "1") +
+                      Item("STATISTICS_MINIMUM", 1, "1x") + Item("STATISTICS_MAXIMUM", 1, "2") +
+                      "</GDALMetadata>",
+         10, 30, 20, 40},
         {"alpha keeps the type's range", 16, 1, 2, {100, 200, 300, 200}, nullptr, "",
          100, 300, 0, u16},
         {"8-bit keeps its values", 8, 1, 0, {10, 20, 30, 40}, nullptr, "", 0, 255, 0, 255},
     };
+    // clang-format on
     for (const EngineCase &c : cases) {
         const auto pixels = static_cast<uint32_t>(c.values.size() / 2);
         sidtest::StripTiff tiff(pixels, 1, 2, c.bits, 1, 1);
@@ -111,17 +81,13 @@ TEST(GeoTiffBandRange, StatisticsElseSampleExtentWithoutNodataOrNaN) {
             tiff.Put(strip, bits, c.bits / 8);
         }
         tiff.Strip(strip);
-        SidIO stream(sidtest::ScratchFile("range.tif", tiff.Build()), true);
-        MrSIDImageReader *reader = MrSIDImageReader::create();
-        ASSERT_EQ(reader->initialize(&stream, nullptr, MRSID_MEMORY_USAGE_DEFAULT,
-                                     MRSID_STREAM_USAGE_CREATE),
-                  LT_STS_Success)
-            << c.name;
+        const sidtest::OpenReader image(sidtest::ScratchFile("range.tif", tiff.Build()));
+        ASSERT_EQ(image.status, LT_STS_Success) << c.name;
+        MrSIDImageReader *reader = image.reader;
         EXPECT_EQ(reader->getMinDynamicRange(0), c.lo0) << c.name;
         EXPECT_EQ(reader->getMaxDynamicRange(0), c.hi0) << c.name;
         EXPECT_EQ(reader->getMinDynamicRange(1), c.lo1) << c.name;
         EXPECT_EQ(reader->getMaxDynamicRange(1), c.hi1) << c.name;
-        reader->release();
     }
 }
 

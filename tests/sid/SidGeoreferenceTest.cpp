@@ -1,7 +1,8 @@
-// SidInterface::Georeference over the synthetic engine: which metadata records count, their
-// order, the unit scale, when a warp is made and its control points.
+// SidInterface::Georeference: which metadata records count, their order, the unit scale and
+// when a warp is made (over the synthetic engine); the control points of a rotated file.
 #include "SidInterface.h"
 
+#include "StripTiff.h"
 #include "TestEngine.h"
 #include "TestFiles.h"
 
@@ -129,11 +130,19 @@ TEST(SidGeoreference, WarpOnlyForRealGeoreferencing) {
     }
 }
 
-TEST(SidGeoreference, FourCornerWarpOfAScaledRegion) {
-    TestImage image;
-    image.geo = LTIGeoCoord(1000, 2000, 2, -3, 0.5, 0.25);
-    const uint32_t region[4] = {0, 0, 1001, 501};
-    const gcs::GCSDef gcsDef = Georeference(image, 2, region);
+// A rotated ModelTransformation read by the GeoTIFF engine: the warp of a scaled region ties
+// its output corners to the centres of the region's corner pixels.
+TEST(SidGeoreference, FourCornerWarpOfAScaledRegionOfARotatedFile) {
+    sidtest::StripTiff tiff(1002, 502, 1, 8, 1, 502);
+    // Pixel (0, 0) centred on (1000, 2000); x = 2 per column + 0.5 per row, y = 0.25 - 3.
+    tiff.Double(34264, {2, 0.5, 0, 998.75, 0.25, -3, 0, 2001.375, 0, 0, 0, 0, 0, 0, 0, 1});
+    SidInterface reader;
+    ASSERT_TRUE(reader.Open(
+        sidtest::ScratchFile("rotated.tif", tiff.Strip(sidtest::Bytes(1002 * 502)).Build())));
+    ASSERT_TRUE(reader.SetScale(2));
+    reader.SetRegion(0, 0, 1001, 501);
+    gcs::GCSDef gcsDef;
+    ASSERT_TRUE(reader.Georeference(gcsDef));
     const gcs::WarpDef *warp = gcsDef.GetWarp();
     ASSERT_NE(warp, nullptr);
     EXPECT_EQ(warp->GetMethod(), gcs::WarpMethod::Affine);

@@ -1,7 +1,10 @@
 // Strip images for the engine tests on the shared writer: the directory first and the strips
-// last, so that cutting the file short loses pixels, not tags.
+// last, so that cutting the file short loses pixels, not tags; and a file opened by the engine.
 #pragma once
+#include "SidIO.h"
 #include "support/TiffWriter.h"
+
+#include "lti/MrSIDImageReader.h"
 
 #include <string>
 
@@ -63,5 +66,19 @@ private:
 inline std::wstring ScratchFile(const std::string &name, const Bytes &bytes) {
     return testsupport::Wide(testsupport::WriteScratch(name, bytes));
 }
+
+// The reader stage of a pipeline on a file; `status` says whether it initialized.
+struct OpenReader {
+    explicit OpenReader(const std::wstring &path)
+        : stream(path, true), reader(LizardTech::MrSIDImageReader::create()),
+          status(reader->initialize(&stream, nullptr, LizardTech::MRSID_MEMORY_USAGE_DEFAULT,
+                                    LizardTech::MRSID_STREAM_USAGE_CREATE)) {}
+    ~OpenReader() { reader->release(); }
+    OpenReader(const OpenReader &) = delete;
+    OpenReader &operator=(const OpenReader &) = delete;
+    SidIO stream;
+    LizardTech::MrSIDImageReader *reader;
+    LizardTech::LT_STATUS status;
+};
 
 } // namespace sidtest

@@ -15,11 +15,9 @@ struct TestImage {
     uint32_t height = 600;
     LizardTech::LTIColorSpace colorSpace = LizardTech::LTI_COLORSPACE_RGB;
     uint16_t bands = 3;
-    LizardTech::LTIDataType dataType = LizardTech::LTI_DATATYPE_UINT8;
+    LizardTech::LTIDataType dataType = LizardTech::LTI_DATATYPE_UINT8; // or UINT16
     double minMag = 1.0 / 64;
-    bool hasRange = false; // declare [rangeMin, rangeMax] instead of the data type's range
-    double rangeMin = 0.0, rangeMax = 0.0;
-    std::vector<std::pair<double, double>> bandRanges; // then band b declares bandRanges[b]
+    std::vector<std::pair<double, double>> bandRanges; // band b declares bandRanges[b]
     // Sample of `band` at pixel (x, y) of the scene's magnification.
     std::function<double(uint16_t band, uint32_t x, uint32_t y)> sample =
         [](uint16_t band, uint32_t x, uint32_t y) { return double((band * 50 + x + y) % 256); };

@@ -2,7 +2,7 @@
 // same image and overview: every scale up to the maximum, whole images and regions, over
 // tiled and stripped, chunky and planar, compressed (JPEG and COGs included, with transparency
 // masks), big-endian and BigTIFF files. Reductions no overview provides are checked against the
-// exact block means in GeoTiffAverageTest; `iosid read` rows against the reader in ReadCommandTest.
+// exact block means in GeoTiffAverageTest.
 #include "OurReader.h"
 
 #include <gtest/gtest.h>
@@ -54,16 +54,12 @@ const PyramidCase kPyramids[] = {
     {"rgba_alpha", 512, 512, 4, "Byte", "-co ALPHA=YES -co TILED=YES", "2", 2, 5, "", 0},
     // JPEG: GDAL decodes with the same libjpeg-turbo, so byte for byte; masks as alpha.
     {"jpeg_ycbcr", 900, 700, 3, "Byte", JPEG_YCBCR "-co TILED=YES", "2 4", 4, 4, "", 0},
-    {"jpeg_ycbcr_mask", 1000, 760, 4, "Byte", JPEG_YCBCR "-co TILED=YES " MASK_4, "2 4", 4, 5,
-     "-b 1 -b 2 -b 3 -b mask", 0},
     {"jpeg_rgb_deflate_overviews", 800, 600, 3, "Byte", JPEG_YCBCR "-co TILED=YES",
      "--config COMPRESS_OVERVIEW DEFLATE --config PHOTOMETRIC_OVERVIEW RGB 2 4", 4, 4, "", 0},
     {"jpeg_ycbcr_strips", 1000, 600, 3, "Byte", JPEG_YCBCR "-co BLOCKYSIZE=32", "2", 2, 4, "", 0},
     {"jpeg_grey", 800, 600, 1, "Byte", "-co COMPRESS=JPEG -co TILED=YES", "2 4", 4, 3, "", 0},
     {"jpeg_grey_mask", 640, 480, 4, "Byte", "-co COMPRESS=JPEG -co TILED=YES -b 1 " MASK, "2", 2, 5,
      "-b 1 -b 1 -b 1 -b mask", 0},
-    {"cog_jpeg", 1200, 900, 3, "Byte", "-of COG -co COMPRESS=JPEG -co BLOCKSIZE=256", "", 4, 4, "",
-     0},
     {"cog_jpeg_mask", 1200, 900, 4, "Byte", "-of COG -co COMPRESS=JPEG -co BLOCKSIZE=256 " MASK_4,
      "", 4, 5, "-b 1 -b 2 -b 3 -b mask", 0},
     {"cog_jpeg_rgba", 700, 500, 4, "Byte", "-of COG -co COMPRESS=JPEG -co BLOCKSIZE=256", "", 2, 5,
@@ -95,9 +91,10 @@ TEST_P(GdalPyramid, EveryScaleAndAlignedRegionsMatchGdal) {
             const Raster peer =
                 GdalRead(tiff, SourceWindow(region, scale) + " " + GdalArgs(tiff, c.gdalArgs));
             ASSERT_TRUE(peer.error.empty());
-            EXPECT_EQ(MaxDifference(ours, peer) <= c.tolerance, true)
+            const int difference = MaxDifference(ours, peer); // -1: the sizes differ
+            EXPECT_TRUE(difference >= 0 && difference <= c.tolerance)
                 << c.name << " scale " << scale << " region " << region[0] << "," << region[1]
-                << " difference " << MaxDifference(ours, peer);
+                << " difference " << difference;
         }
     }
 }
@@ -126,22 +123,20 @@ struct FixtureCase {
 };
 
 TEST(GdalFixtures, LibtiffSamplesMatchGdal) {
+    // Decoding every fixture is compared with libtiff in the TIFF library's peer tests; here the
+    // colour maps and the stretch of wide samples.
     const FixtureCase cases[] = {
-        {"tiff/rgb-3c-8b.tiff", 4, ""},
-        {"tiff/minisblack-1c-8b.tiff", 3, ""},
         {"tiff/palette-1c-8b.tiff", 4, "-expand rgb"},
         {"tiff/palette-1c-4b.tiff", 4, "-expand rgb"},
-        {"tiff/quad-lzw-compat.tiff", 4, ""},
         {"tiff/rgb-3c-16b.tiff", 4, kStretch},
-        {"geotiff/byte.tif", 3, ""},
     };
     for (const auto &c : cases) {
         const std::string path = std::string(IOSID_TESTDATA) + "/" + c.file;
         const Raster ours = ReadOurs(path, 1, nullptr, c.format);
         ASSERT_TRUE(ours.error.empty()) << c.file << ": " << ours.error;
         const Raster peer = GdalRead(path, GdalArgs(path, c.gdalArgs));
-        EXPECT_LE(MaxDifference(ours, peer), 1) << c.file;
-        EXPECT_GE(MaxDifference(ours, peer), 0) << c.file;
+        const int difference = MaxDifference(ours, peer); // -1: the sizes differ
+        EXPECT_TRUE(difference >= 0 && difference <= 1) << c.file << " " << difference;
     }
 }
 
