@@ -7,8 +7,6 @@
 #include "StripTiff.h"
 #include "TestFiles.h"
 
-#include "engines/OpenEngines.h"
-#include "lti/LTIImageEngine.h"
 #include "shr/Strings.h"
 
 #include <gtest/gtest.h>
@@ -49,13 +47,6 @@ std::string Ramp(size_t n) {
 std::string Text(const Bytes &bytes) { return std::string(bytes.begin(), bytes.end()); }
 
 #ifdef IOSID_HAVE_JPEG2000
-struct Header {
-    uint32_t width = 64, height = 48, tileWidth = 64, tileHeight = 48;
-    uint16_t components = 1;
-    uint8_t bits = 8, dx = 1, levels = 2, codeBlock = 4; // code-blocks of 2^(codeBlock + 2)
-    bool coding = true;
-};
-
 void Put16(std::string &s, uint32_t v) {
     s += static_cast<char>(v >> 8);
     s += static_cast<char>(v);
@@ -65,34 +56,25 @@ void Put32(std::string &s, uint32_t v) {
     Put16(s, v & 0xFFFF);
 }
 
-// A main header (SOC, SIZ, COD, QCD) and an empty tile-part, as the standard lays them out.
-std::string Codestream(const Header &h) {
+// A main header (SOC, SIZ, COD, QCD) and an empty tile-part, as the standard lays them out: a
+// square image of square tiles.
+std::string Codestream(uint32_t size, uint32_t tile, uint16_t components = 1) {
     std::string s;
     Put16(s, 0xFF4F);
     Put16(s, 0xFF51);
-    Put16(s, 38 + 3 * h.components);
+    Put16(s, 38 + 3 * components);
     Put16(s, 0);
-    for (uint32_t v : {h.width, h.height, 0u, 0u, h.tileWidth, h.tileHeight, 0u, 0u})
+    for (uint32_t v : {size, size, 0u, 0u, tile, tile, 0u, 0u})
         Put32(s, v);
-    Put16(s, h.components);
-    for (uint16_t c = 0; c < h.components; ++c) {
-        s += static_cast<char>(h.bits - 1);
-        s += static_cast<char>(h.dx);
-        s += static_cast<char>(1);
-    }
-    if (h.coding) {
-        Put16(s, 0xFF52);
-        Put16(s, 12);
-        s += std::string("\0\0\0\x01\0", 5);
-        s += static_cast<char>(h.levels);
-        s += static_cast<char>(h.codeBlock);
-        s += static_cast<char>(h.codeBlock);
-        s += std::string("\0\x01", 2);
-    }
+    Put16(s, components);
+    for (uint16_t c = 0; c < components; ++c)
+        s += std::string("\x07\x01\x01", 3); // 8 bits, not subsampled
+    Put16(s, 0xFF52);                        // two levels, code-blocks of 64 x 64
+    Put16(s, 12);
+    s += std::string("\0\0\0\x01\0\x02\x04\x04\0\x01", 10);
     Put16(s, 0xFF5C); // no quantization: one exponent per sub-band
-    Put16(s, 3 + 3 * h.levels + 1);
-    s += static_cast<char>(0x40);
-    s += std::string(3 * h.levels + 1, '\x40');
+    Put16(s, 3 + 3 * 2 + 1);
+    s += std::string(3 * 2 + 2, '\x40');
     Put16(s, 0xFF90);
     Put16(s, 10);
     Put16(s, 0);
@@ -101,17 +83,6 @@ std::string Codestream(const Header &h) {
     Put16(s, 0xFF93);
     Put16(s, 0xFFD9);
     return s;
-}
-
-std::string Box(const char *type, const std::string &payload) {
-    std::string s;
-    Put32(s, static_cast<uint32_t>(8 + payload.size()));
-    return s + type + payload;
-}
-
-std::string Jp2(const std::string &header, const std::string &rest) {
-    return Box("jP  ", "\r\n\x87\n") + Box("ftyp", std::string("jp2 \0\0\0\0jp2 ", 12)) +
-           Box("jp2h", header) + rest;
 }
 
 #endif
@@ -143,7 +114,7 @@ struct OpenCase {
 TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
     const std::string validTiff = Text(GreyTiff(1, Ramp(64)));
 #ifdef IOSID_HAVE_JPEG2000
-    const std::string good = Codestream(Header{});
+    const std::string good = Codestream(64, 64);
 #endif
     const OpenCase cases[] = {
         {"missing/nothing.sid", std::nullopt,
@@ -181,46 +152,13 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
         {"jpeg12.tif", Text(JpegTiff(1, 12, 1)), "...JPEG with 12-bit samples (only 8-bit are"},
         {"jpeg_planar.tif", Text(JpegTiff(3, 8, 6, 2)), "...JPEG with separate sample planes"},
         {"jpeg_cmyk.tif", Text(JpegTiff(4, 8, 5)), "...JPEG with Photometric 5 and 4 samples"},
-        {"jpeg_ycbcr4.tif", Text(JpegTiff(4, 8, 6)), "...JPEG with Photometric 6 and 4 samples"},
-        {"jpeg_rgb5.tif", Text(JpegTiff(5, 8, 2)), "...JPEG with Photometric 2 and 5 samples"},
-        {"jpeg_palette.tif", Text(JpegTiff(1, 8, 3)), "...JPEG with Photometric 3 and 1 samples"},
 #endif
 #ifdef IOSID_HAVE_JPEG2000
         {"good.j2k", good, ""}, // the builder's untouched header: the refusals are the changes
-        {"huge_tile.j2k",
-         Codestream({.width = 0x7FFFFFFF,
-                     .height = 0x7FFFFFFF,
-                     .tileWidth = 0x7FFFFFFF,
-                     .tileHeight = 0x7FFFFFFF}),
-         "...have too many code-blocks to decode"},
-        // Code-blocks far smaller than the area says.
-        {"wide_short_tile.j2k",
-         Codestream({.width = 134217748,
-                     .height = 20,
-                     .tileWidth = 134217748,
-                     .tileHeight = 20,
-                     .components = 4}),
-         "...have too many code-blocks to decode"},
-        {"many_tiles.j2k",
-         Codestream({.width = 100000, .height = 100000, .tileWidth = 16, .tileHeight = 16}),
-         "...tiles (at most 65535 are allowed)"},
-        {"tile_components.j2k",
-         Codestream(
-             {.width = 4096, .height = 4096, .tileWidth = 32, .tileHeight = 32, .components = 16}),
-         "...tiles of 16 components are too many"},
-        {"deep.j2k", Codestream({.bits = 24}), "...24-bit samples"},
-        {"subsampled.j2k", Codestream({.dx = 2}), "...is subsampled"},
-        {"no_coding.j2k", Codestream({.coding = false}), "...has no COD marker"},
-        {"empty.j2k", Codestream({.width = 0}), "...is empty or too large"},
+        {"huge_tile.j2k", Codestream(0x7FFFFFFF, 0x7FFFFFFF), "...too many code-blocks to decode"},
+        {"many_tiles.j2k", Codestream(100000, 16), "...tiles (at most 65535 are allowed)"},
+        {"tile_components.j2k", Codestream(4096, 32, 16), "...tiles of 16 components are too many"},
         {"cut_header.j2k", good.substr(0, 30), "...runs past the codestream"},
-        {"box_overrun.jp2", Jp2("", Box("jp2c", good)).substr(0, 60) + std::string(4, '\xFF'),
-         "...runs past the end of its container"},
-        {"no_codestream.jp2", Jp2("", Box("free", "x")), "...no codestream box"},
-        {"bad_mapping.jp2", Jp2(Box("cmap", std::string("\0\x05\0\0", 4)), Box("jp2c", good)),
-         "...the component mapping names component 5 of 1"},
-        {"palette_unmapped.jp2",
-         Jp2(Box("pclr", std::string("\0\x02\x01\x07\x10\x20", 6)), Box("jp2c", good)),
-         "...a palette without a component mapping"},
 #endif
     };
     for (const auto &c : cases) {
@@ -244,19 +182,6 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
     }
 }
 
-TEST(SidFileErrors, TiffWithoutARegisteredEngineNamesTheMissingEngine) {
-    const std::wstring path = sidtest::ScratchFile("plain.tif", GreyTiff(1, Ramp(64)));
-    LizardTech::RegisterEngine(LizardTech::ImageSignature::Tiff, nullptr);
-    SidInterface reader;
-    const bool opened = reader.Open(path);
-    engines::RegisterOpenEngines();
-    EXPECT_FALSE(opened);
-    EXPECT_EQ(reader.GetErrorText(), kOpenPrefix + path + kReported +
-                                         L"the file is not an image this reader recognizes: no "
-                                         L"engine for TIFF images is registered");
-    EXPECT_TRUE(reader.Open(path));
-}
-
 struct ReadCase {
     const char *name;
     std::string bytes;
@@ -268,7 +193,6 @@ TEST(SidFileErrors, DataFailuresAppearWhenTheirStripIsRead) {
     const ReadCase cases[] = {
         {"cut_data.tif", whole.substr(0, whole.size() - 10), L"status -3"},
         {"bad_lzw.tif", Text(GreyTiff(5, std::string(20, '\xFF'))), L"status -5"},
-        {"bad_deflate.tif", Text(GreyTiff(8, "not a zlib stream at all")), L"status -5"},
 #ifdef IOSID_HAVE_JPEG
         {"bad_jpeg.tif", Text(GreyTiff(7, std::string(64, 'U'))),
          L"status -5 (JPEG block: Not a JPEG file: starts with 0x55 0x55)"},

@@ -10,8 +10,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <string>
+#include <vector>
 
 using namespace peer;
 
@@ -31,14 +31,9 @@ std::string MakeJpeg2000(const std::string &name, const std::string &source,
 
 // Reads through the engine alone (no colour or range conversion): pixel-interleaved samples
 // of the image's own type and bands. `region` (left, top, right, bottom) as for ReadOurs.
-Raster ReadEngine(const std::string &path, uint32_t scale, const uint32_t *region) {
+Raster ReadEngine(LizardTech::MrSIDImageReader *reader, uint32_t scale, const uint32_t *region) {
     using namespace LizardTech;
     Raster image;
-    const sidtest::OpenReader engine(Wide(path));
-    MrSIDImageReader *reader = engine.reader;
-    if (engine.status)
-        return image.error = std::string("initialize: ") + getLastStatusString(engine.status),
-               image;
     const uint32_t whole[4] = {0, 0, reader->getWidth() - 1, reader->getHeight() - 1};
     const uint32_t *r = region ? region : whole;
     const LTIPixel &pixel = reader->getPixelProps();
@@ -113,19 +108,25 @@ protected:
     }
 };
 
+// One reader serves every read: the coarsest level, then finest to coarsest, so that state a
+// change of level or region left behind would show.
 TEST_P(Jpeg2000Pixels, EveryReductionAndRegionMatchesGdal) {
     const PixelCase &c = GetParam();
     const std::string path = make(c);
     ASSERT_FALSE(path.empty()) << "gdal could not write " << c.name;
-    const Raster full = ReadEngine(path, 1, nullptr);
-    ASSERT_TRUE(full.error.empty()) << full.error;
-    const uint32_t whole[4] = {0, 0, full.width - 1, full.height - 1};
+    const sidtest::OpenReader engine(Wide(path));
+    ASSERT_EQ(engine.status, LizardTech::LT_STS_Success);
+    const uint32_t width = engine.reader->getWidth(), height = engine.reader->getHeight();
+    const uint32_t whole[4] = {0, 0, width - 1, height - 1};
     // Off every tile and level grid.
-    const uint32_t left = full.width / 7 | 1, top = full.height / 9 | 1;
-    const uint32_t inner[4] = {left, top, left + full.width / 2, top + full.height / 2};
+    const uint32_t left = width / 7 | 1, top = height / 9 | 1;
+    const uint32_t inner[4] = {left, top, left + width / 2, top + height / 2};
+    std::vector<uint32_t> scales = {c.maxScale};
     for (uint32_t scale = 1; scale <= c.maxScale; scale *= 2)
+        scales.push_back(scale);
+    for (const uint32_t scale : scales)
         for (const uint32_t *region : {whole, inner}) {
-            const Raster ours = ReadEngine(path, scale, region);
+            const Raster ours = ReadEngine(engine.reader, scale, region);
             ASSERT_TRUE(ours.error.empty()) << ours.error << " at scale " << scale;
             if (scale > c.gdalScale)
                 continue; // GDAL offers no overview this small
@@ -135,34 +136,7 @@ TEST_P(Jpeg2000Pixels, EveryReductionAndRegionMatchesGdal) {
                 << c.name << " scale " << scale << " region " << region[0];
         }
     // Beyond the coarsest level the reader stops at it.
-    EXPECT_TRUE(ReadEngine(path, c.maxScale * 2, nullptr).error.size() > 0);
-}
-
-TEST_P(Jpeg2000Pixels, OneReaderChangingLevelsReadsWhatFreshReadersRead) {
-    using namespace LizardTech;
-    const PixelCase &c = GetParam();
-    const std::string path = make(c);
-    ASSERT_FALSE(path.empty());
-    const sidtest::OpenReader engine(Wide(path));
-    MrSIDImageReader *reader = engine.reader;
-    ASSERT_EQ(engine.status, LT_STS_Success);
-    for (const uint32_t scale : {c.maxScale, 1u, c.maxScale / 2 + 1, 1u}) {
-        const uint32_t s = scale & (scale - 1) ? scale - 1 : scale; // a power of two
-        const Raster fresh = ReadEngine(path, s, nullptr);
-        ASSERT_TRUE(fresh.error.empty()) << fresh.error;
-        LTISceneBuffer buffer(reader->getPixelProps(), fresh.width, fresh.height);
-        ASSERT_EQ(reader->read(LTIScene(0, 0, fresh.width, fresh.height, 1.0 / s), buffer),
-                  LT_STS_Success)
-            << c.name << " scale " << s;
-        const uint32_t bytes = reader->getPixelProps().getNumBytesPerSample();
-        for (uint32_t b = 0; b < reader->getNumBands(); ++b)
-            for (uint32_t y = 0; y < fresh.height; y += 7)
-                for (uint32_t x = 0; x < fresh.width; x += 5)
-                    ASSERT_EQ(std::memcmp(buffer.getRow(b, y) + size_t{x} * bytes,
-                                          &fresh.bytes[fresh.SampleBit(x, y, b) / 8], bytes),
-                              0)
-                        << c.name << " scale " << s << " band " << b << " at " << x << "," << y;
-    }
+    EXPECT_TRUE(ReadEngine(engine.reader, c.maxScale * 2, nullptr).error.size() > 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, Jpeg2000Pixels, ::testing::ValuesIn(kPixelCases),
