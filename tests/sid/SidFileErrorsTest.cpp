@@ -95,13 +95,10 @@ Bytes OneRow(uint32_t width, uint16_t samples, uint16_t compression, size_t stor
 }
 
 #ifdef IOSID_HAVE_JPEG
-// An 8 x 8 JPEG-compressed image of the given layout (planar 2: separate planes).
-Bytes JpegTiff(uint16_t samples, uint16_t bits, uint16_t photometric, uint16_t planar = 1) {
+// An 8 x 8 JPEG-compressed image of the given layout.
+Bytes JpegTiff(uint16_t samples, uint16_t bits, uint16_t photometric) {
     StripTiff b(8, 8, samples, bits, photometric, 8);
-    b.Short(259, {7}).Short(284, {planar});
-    for (int plane = 0; plane < (planar == 2 ? samples : 1); ++plane)
-        b.Strip(Bytes(64, 0));
-    return b.Build();
+    return b.Short(259, {7}).Strip(Bytes(64, 0)).Build();
 }
 #endif
 
@@ -150,7 +147,6 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
          "build has no JPEG decoder"},
 #else // only 8-bit chunky grey or RGB with up to four samples, or YCbCr
         {"jpeg12.tif", Text(JpegTiff(1, 12, 1)), "...JPEG with 12-bit samples (only 8-bit are"},
-        {"jpeg_planar.tif", Text(JpegTiff(3, 8, 6, 2)), "...JPEG with separate sample planes"},
         {"jpeg_cmyk.tif", Text(JpegTiff(4, 8, 5)), "...JPEG with Photometric 5 and 4 samples"},
 #endif
 #ifdef IOSID_HAVE_JPEG2000
@@ -192,7 +188,6 @@ TEST(SidFileErrors, DataFailuresAppearWhenTheirStripIsRead) {
     const std::string whole = Text(GreyTiff(1, Ramp(64), 4)); // two strips of four rows
     const ReadCase cases[] = {
         {"cut_data.tif", whole.substr(0, whole.size() - 10), L"status -3"},
-        {"bad_lzw.tif", Text(GreyTiff(5, std::string(20, '\xFF'))), L"status -5"},
 #ifdef IOSID_HAVE_JPEG
         {"bad_jpeg.tif", Text(GreyTiff(7, std::string(64, 'U'))),
          L"status -5 (JPEG block: Not a JPEG file: starts with 0x55 0x55)"},

@@ -1,4 +1,4 @@
-// SidIO over the buffered file: short reads and the end-of-file flag, and seek directions.
+// SidIO over the buffered file: short reads and the end-of-file flag that stays set.
 #include "SidIO.h"
 
 #include "TestFiles.h"
@@ -33,26 +33,6 @@ TEST(SidIO, ShortReadSetsEndOfFileForGood) {
     EXPECT_EQ(stream.seek(0, LTIO_SEEK_DIR_END), 0u);
     EXPECT_EQ(stream.read(buffer, 10), 0u);
     EXPECT_EQ(stream.getLastError(), 1u);
-}
-
-TEST(SidIO, SeekDirections) {
-    SidIO stream(HundredBytes(), true);
-    struct Case {
-        lt_int64 offset;
-        int dir;
-        LT_STATUS status;
-        lt_int64 position;
-    };
-    const Case cases[] = {
-        {10, LTIO_SEEK_DIR_BEG, 0, 10},   {5, LTIO_SEEK_DIR_CUR, 0, 15},
-        {-20, LTIO_SEEK_DIR_END, 0, 80},  {3, 5, 1, 80},
-        {-200, LTIO_SEEK_DIR_CUR, 1, 80}, // before the start: the file refuses, nothing moves
-    };
-    for (const Case &c : cases) {
-        EXPECT_EQ(stream.seek(c.offset, static_cast<LTIOSeekDir>(c.dir)), c.status) << c.dir;
-        EXPECT_EQ(stream.getLastError(), c.status);
-        EXPECT_EQ(stream.tell(), c.position) << c.dir;
-    }
 }
 
 } // namespace

@@ -68,7 +68,6 @@ TestEngineScope::TestEngineScope(TestImage image)
     auto img = image_;
     auto log = log_;
     SetEngineFactory([img, log](ImageSignature) -> std::unique_ptr<LTIImageEngine> {
-        ++log->engines;
         return std::make_unique<TestEngine>(img, log);
     });
 }

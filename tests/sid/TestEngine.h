@@ -33,7 +33,6 @@ struct SceneRecord {
 
 struct TestEngineLog {
     std::vector<SceneRecord> scenes;
-    int engines = 0; // engines made
 };
 
 class TestEngineScope {

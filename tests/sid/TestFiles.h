@@ -1,6 +1,6 @@
 // Scratch files for the reader tests, written under the test's build directory.
 #pragma once
-#include <cstdio>
+#include <fstream>
 #include <string>
 
 namespace sidtest {
@@ -14,10 +14,7 @@ inline std::wstring Wide(const std::string &s) { return std::wstring(s.begin(), 
 // Writes `bytes` to a scratch file and returns its path.
 inline std::string WriteScratch(const std::string &name, const std::string &bytes) {
     const std::string path = ScratchPath(name);
-    if (std::FILE *f = std::fopen(path.c_str(), "wb")) {
-        std::fwrite(bytes.data(), 1, bytes.size(), f);
-        std::fclose(f);
-    }
+    std::ofstream(path, std::ios::binary) << bytes;
     return path;
 }
 

@@ -30,7 +30,6 @@ struct RangeCase {
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 const RangeCase kCases[] = {
-    {"u16_grey", "UInt16", 300, 200, 1, "", "", {}, false},
     {"u16_overviews", "UInt16", 1024, 768, 1, "-co TILED=YES", "2 4", {}, false},
     {"i16_rgb_stats", "Int16", 300, 200, 3, "-co PHOTOMETRIC=RGB", "", {}, true},
     {"u32_nodata", "UInt32", 300, 200, 1, "-a_nodata 4294967295", "", 4294967295.0, false},
