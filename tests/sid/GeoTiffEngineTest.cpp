@@ -1,6 +1,7 @@
 // The GeoTIFF engine on small built files: sample types and colour interpretations to output
-// rows; GeoKeys as metadata records; resolution levels. Layouts GDAL writes
-// (palettes, planar, alpha, 16-bit, big-endian) are compared with GDAL in the peer tests.
+// rows; GeoKeys as metadata records; resolution levels. Layouts GDAL writes (palettes, planar,
+// alpha, 16-bit, big-endian) and the ranges of wide samples are compared with GDAL in the peer
+// tests.
 #include "SidInterface.h"
 
 #include "StripTiff.h"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <limits>
 
 using namespace LizardTech;
 using sidtest::Bytes;
@@ -36,6 +38,8 @@ StripTiff Samples(uint16_t bits, uint16_t photometric, const std::vector<uint64_
         b.Put(strip, v, bits / 8);
     return b.Strip(strip);
 }
+
+constexpr float kInf = std::numeric_limits<float>::infinity();
 
 uint32_t FloatBits(float f) {
     uint32_t bits;
@@ -69,6 +73,11 @@ TEST(GeoTiffEngine, SampleTypesAndColourSpacesToOutputRows) {
              .Double(kSMax, {100}),
          3,
          {0, 128, 255, 255}},
+        {"float extent without infinities",
+         Samples(32, 1, {FloatBits(0), FloatBits(kInf), FloatBits(100), FloatBits(-kInf)})
+             .Short(kSampleFormat, {3}),
+         3,
+         {0, 255, 255, 0}},
         {"signed 16",
          Samples(16, 1, {0x8000, 0x7FFF, 0, 0xFFFF}).Short(kSampleFormat, {2}),
          3,
@@ -118,9 +127,7 @@ TEST(GeoTiffEngine, MaximumScaleFromTheFitRule) {
         const char *name;
         uint32_t width, height, maxScale;
     } cases[] = {
-        {"small image", 300, 200, 1},       {"exactly 512", 512, 512, 1}, {"513 wide", 513, 10, 2},
-        {"longer side 2000", 2000, 100, 4}, {"tall image", 10, 4097, 16},
-    };
+        {"exactly 512", 512, 512, 1}, {"513 wide", 513, 10, 2}, {"tall image", 10, 4097, 16}};
     for (const auto &c : cases) {
         StripTiff b(c.width, c.height, 1, 8, 1, c.height);
         b.Strip(Bytes(size_t{c.width} * c.height, 0x11));
