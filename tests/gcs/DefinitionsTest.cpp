@@ -9,29 +9,16 @@
 #include "gcs/GCSDef.h"
 #include "gcs/KnownLists.h"
 #include "gcs/MethodParameters.h"
-#include "gcs/UCSDef.h"
 
 namespace {
 
-using gcs::DatumDef;
-using gcs::DatumMethod;
-using gcs::DefinitionError;
-using gcs::EllipsoidDef;
-using gcs::GCSDef;
-using gcs::GCSKnownDatumsList;
-using gcs::GCSKnownEllipsoidsList;
-using gcs::GCSKnownLinearUnitsList;
-using gcs::GCSKnownSystemsList;
-using gcs::ProjectionDef;
-using gcs::ProjectionMethod;
-using gcs::ProjectionParameters;
-using gcs::WarpDef;
-using gcs::WarpMethod;
+using namespace gcs;
+using DD = DatumDef;
 using DID = gcs::DatumParameterID;
 using ID = gcs::ProjectionParameterID;
 using M = ProjectionMethod;
 using PP = ProjectionParameters;
-namespace Option = gcs::ProjectionOption;
+namespace Option = ProjectionOption;
 
 const EllipsoidDef kWgs84 = EllipsoidDef::FromFlattening(6378137.0, 1 / 298.257223563);
 const EllipsoidDef kClarke1866 = EllipsoidDef::FromMinorRadius(6378206.4, 6356583.8);
@@ -82,17 +69,9 @@ TEST(ProjectionDef, ValidateRefusesWhatCannotBeAProjection) {
         {"pole", [](PP &p) { p.lat0 = -90.0; }, true},
         {"no ellipsoid", [](PP &p) { p.ellipsoid = EllipsoidDef(); }, true},
         {"method 32", [](PP &p) { p.method = M(32); }, false},
-        {"method 99", [](PP &p) { p.method = M(99); }, false},
-        {"infinite easting", [](PP &p) { p.xOrg = INFINITY; }, false},
         {"NaN azimuth", [](PP &p) { p.azimuth = NAN; }, false},
-        {"negative unit", [](PP &p) { p.linearScale = -1.0; }, false},
-        {"zero scale", [](PP &p) { p.scaleFactor = 0.0; }, false},
-        {"Lat1 beyond pole", [](PP &p) { p.lat1 = 90.5; }, false},
-        {"Lat2 beyond pole", [](PP &p) { p.lat2 = -91.0; }, false},
         {"unknown option bit", [](PP &p) { p.option = 0x8; }, false},
-        {"south 2", [](PP &p) { p.south = 2; }, false},
-        {"bad ellipsoid", [](PP &p) { p.ellipsoid = EllipsoidDef::FromFlattening(1.0, 2.0); },
-         false},
+        {"bad ellipsoid", [](PP &p) { p.ellipsoid = EllipsoidDef::Sphere(-1.0); }, false},
     };
     for (const auto &c : cases) {
         PP p = UtmLike();
@@ -105,7 +84,7 @@ TEST(ProjectionDef, ValidateRefusesWhatCannotBeAProjection) {
 
 // Both directions, with and without tolerance; a method's unread parameters never count.
 TEST(ProjectionDef, CompareParameters) {
-    constexpr M TM = M::TransverseMercator;
+    constexpr M TM = M::TransverseMercator, Merc = M::Mercator, Geo = M::Geographic;
     constexpr int32_t Natural = Option::NaturalOrigin, PolarB = Option::PolarVariantB;
     const struct {
         const char *what;
@@ -113,59 +92,32 @@ TEST(ProjectionDef, CompareParameters) {
         int32_t option;
         void (*change)(PP &);
         bool approximate, exact;
-        const wchar_t *named; // in the difference text
+        const wchar_t *named = L""; // in the difference text
     } cases[] = {
         // clang-format off
-        {"same", TM, 0, [](PP &) {}, true, true, L""},
-        {"unit 0 is metres", TM, 0, [](PP &p) { p.linearScale = 0.0; }, true, true, L""},
-        {"half a millimetre", TM, 0, [](PP &p) { p.xOrg += 0.0005; }, true, false, L""},
+        {"same", TM, 0, [](PP &) {}, true, true},
+        {"unit 0 is metres", TM, 0, [](PP &p) { p.linearScale = 0.0; }, true, true},
+        {"half a millimetre", TM, 0, [](PP &p) { p.xOrg += 0.0005; }, true, false},
         {"two millimetres", TM, 0, [](PP &p) { p.yOrg += 0.002; }, false, false, L"northing"},
-        {"across the seam", TM, 0, [](PP &p) { p.lon0 += 360.0; }, true, false, L""},
+        {"across the seam", TM, 0, [](PP &p) { p.lon0 += 360.0; }, true, false},
         {"Lat0", TM, 0, [](PP &p) { p.lat0 = 1e-8; }, false, false, L"Lat0"},
         {"feet", TM, 0, [](PP &p) { p.linearScale = 3.280839895013123; },
          false, false, L"linear scale"},
         {"method", TM, 0, [](PP &p) { p.method = M::UTM; }, false, false, L"method"},
-        {"option bit it ignores", TM, 0, [](PP &p) { p.option = 0x200; }, true, true, L""},
-        {"names only", TM, 0, [](PP &p) { p.ellipsoid.SetName(L"named"); }, true, true, L""},
-        {"no ellipsoid", TM, 0, [](PP &p) { p.ellipsoid = EllipsoidDef(); },
-         false, false, L"ellipsoid"},
-        {"GRS 1980", TM, 0, [](PP &p) { p.ellipsoid = kGrs80; }, true, false, L""},
-        {"2 mm on the major axis", TM, 0, [](PP &p) { p.ellipsoid = kMoved; },
-         false, false, L"ellipsoid"},
-        {"TM south", TM, 0, [](PP &p) { p.south = 1; }, true, true, L""},
-        {"TM spherical bit", TM, 0, [](PP &p) { p.option = Option::Spherical; }, true, true, L""},
-        {"UTM south", M::UTM, 0, [](PP &p) { p.south = 1; }, false, false, L""},
-        {"LAEA Lat1", M::LambertAzimuthalEqualArea, 0, [](PP &p) { p.lat1 = 52; }, true, true, L""},
-        {"LAEA Lat0", M::LambertAzimuthalEqualArea, 0, [](PP &p) { p.lat0 = 52; },
-         false, false, L""},
-        {"Hotine Lon1", M::HotineObliqueMercator, Natural, [](PP &p) { p.lon1 = 7.4; },
-         true, true, L""},
-        {"Hotine grid angle", M::HotineObliqueMercator, Natural, [](PP &p) { p.gridAngle = 90; },
-         false, false, L""},
-        {"Hotine origin form", M::HotineObliqueMercator, Natural, [](PP &p) { p.option = 0; },
-         false, false, L""},
-        {"two-point Lon2", M::HotineObliqueMercatorTwoPoint, 0, [](PP &p) { p.lon2 = 10; },
-         false, false, L""},
-        {"oblique stereographic Lat1", M::Stereographic, 0, [](PP &p) { p.lat1 = 70; },
-         true, true, L""},
-        {"oblique stereographic scale", M::Stereographic, 0, [](PP &p) { p.scaleFactor = 0.9999; },
-         false, false, L""},
-        {"polar B Lat1", M::Stereographic, PolarB, [](PP &p) { p.lat1 = 70; }, false, false, L""},
-        {"polar B scale", M::Stereographic, PolarB, [](PP &p) { p.scaleFactor = 0.9999; }, true,
-         true, L""},
-        {"Mercator spherical bit", M::Mercator, 0, [](PP &p) { p.option = Option::Spherical; },
-         false, false, L""},
-        {"Mercator Lat1", M::Mercator, 0, [](PP &p) { p.lat1 = 41; }, false, false, L""},
-        {"Robinson Lat0", M::Robinson, 0, [](PP &p) { p.lat0 = 10; }, true, true, L""},
-        {"Colombia height", M::ColombiaUrban, 0, [](PP &p) { p.height = 2550; }, false, false, L""},
-        {"geographic ellipsoid", M::Geographic, 0, [](PP &p) { p.ellipsoid = EllipsoidDef(); },
-         true, true, L""},
-        {"geographic grads", M::Geographic, 0, [](PP &p) { p.linearScale = 400.0 / 360.0; },
-         true, true, L""},
-        {"planar ellipsoid", M::Planar, 0, [](PP &p) { p.ellipsoid = EllipsoidDef(); },
-         true, true, L""},
-        {"planar false easting", M::Planar, 0, [](PP &p) { p.xOrg = 1; }, false, false, L""},
-        {"unknown Lon2", M::Unknown, 0, [](PP &p) { p.lon2 = 1; }, false, false, L""},
+        {"names only", TM, 0, [](PP &p) { p.ellipsoid.SetName(L"named"); }, true, true},
+        {"no ellipsoid", TM, 0, [](PP &p) { p.ellipsoid = {}; }, false, false, L"ellipsoid"},
+        {"GRS 1980", TM, 0, [](PP &p) { p.ellipsoid = kGrs80; }, true, false},
+        {"major + 2 mm", TM, 0, [](PP &p) { p.ellipsoid = kMoved; }, false, false, L"ellipsoid"},
+        {"TM south", TM, 0, [](PP &p) { p.south = 1; }, true, true},
+        {"UTM south", M::UTM, 0, [](PP &p) { p.south = 1; }, false, false},
+        {"TM spherical bit", TM, 0, [](PP &p) { p.option = Option::Spherical; }, true, true},
+        {"Mercator spherical", Merc, 0, [](PP &p) { p.option = Option::Spherical; }, false, false},
+        {"LAEA Lat1", M::LambertAzimuthalEqualArea, 0, [](PP &p) { p.lat1 = 52; }, true, true},
+        {"Hotine Lon1", M::HotineObliqueMercator, Natural, [](PP &p) { p.lon1 = 7.4; }, true, true},
+        {"oblique stere Lat1", M::Stereographic, 0, [](PP &p) { p.lat1 = 70; }, true, true},
+        {"polar B Lat1", M::Stereographic, PolarB, [](PP &p) { p.lat1 = 70; }, false, false},
+        {"geographic, no ellipsoid", Geo, 0, [](PP &p) { p.ellipsoid = {}; }, true, true},
+        {"geographic grads", Geo, 0, [](PP &p) { p.linearScale = 400.0 / 360.0; }, true, true},
         // clang-format on
     };
     for (const auto &c : cases) {
@@ -186,29 +138,6 @@ TEST(ProjectionDef, CompareParameters) {
     }
 }
 
-TEST(DatumDef, ValidateRefusesWhatCannotBeADatum) {
-    const struct {
-        const char *what;
-        void (*change)(DatumDef &);
-        bool valid;
-    } cases[] = {
-        {"complete", [](DatumDef &) {}, true},
-        {"Paris", [](DatumDef &d) { d.SetParameter(DID::PrimeMeridian, 2.33722917); }, true},
-        {"method 4", [](DatumDef &d) { d.SetMethod(DatumMethod(4), false); }, false},
-        {"meridian 181", [](DatumDef &d) { d.SetParameter(DID::PrimeMeridian, 181.0); }, false},
-        {"NaN shift", [](DatumDef &d) { d.SetParameter(DID::ShiftZ, NAN); }, false},
-        {"infinite scale", [](DatumDef &d) { d.SetParameter(DID::Scale, INFINITY); }, false},
-        {"bad ellipsoid", [](DatumDef &d) { d.SetEllipsoid(EllipsoidDef::Sphere(-1.0)); }, false},
-    };
-    for (const auto &c : cases) {
-        DatumDef datum = SevenParameters();
-        c.change(datum);
-        std::wstring why;
-        EXPECT_EQ(datum.Validate(&why), c.valid) << c.what;
-        EXPECT_EQ(why.empty(), c.valid) << c.what;
-    }
-}
-
 // Codes decide when both have one; values otherwise.
 TEST(DatumDef, CompareParameters) {
     const struct {
@@ -216,24 +145,13 @@ TEST(DatumDef, CompareParameters) {
         void (*change)(DatumDef &);
         bool approximate, exact;
     } cases[] = {
-        {"same", [](DatumDef &) {}, true, true},
-        {"name and flag",
-         [](DatumDef &d) {
-             d.SetName(L"x");
-             d.SetParameter(DID::UserDefined, 0);
-         },
-         true, true},
-        {"half a millimetre", [](DatumDef &d) { d.SetParameter(DID::ShiftX, -7.9995); }, true,
-         false},
-        {"a metre", [](DatumDef &d) { d.SetParameter(DID::ShiftX, -7.0); }, false, false},
-        {"rotation", [](DatumDef &d) { d.SetParameter(DID::RotationY, 0.2); }, false, false},
-        {"scale", [](DatumDef &d) { d.SetParameter(DID::Scale, 1.0); }, false, false},
-        {"method", [](DatumDef &d) { d.SetMethod(DatumMethod::ThreeParameter, false); }, false,
-         false},
-        {"ellipsoid", [](DatumDef &d) { d.SetEllipsoid(EllipsoidDef::Sphere(6371000.0)); }, false,
-         false},
-        {"meridian", [](DatumDef &d) { d.SetParameter(DID::PrimeMeridian, 2.0); }, false, false},
-        {"one code only", [](DatumDef &d) { d.SetPOSC(6267); }, true, true},
+        // clang-format off
+        {"same", [](DD &) {}, true, true},
+        {"half a millimetre", [](DD &d) { d.SetParameter(DID::ShiftX, -7.9995); }, true, false},
+        {"a metre", [](DD &d) { d.SetParameter(DID::ShiftX, -7.0); }, false, false},
+        {"method", [](DD &d) { d.SetMethod(DatumMethod::ThreeParameter, false); }, false, false},
+        {"one code only", [](DD &d) { d.SetPOSC(6267); }, true, true},
+        // clang-format on
     };
     const DatumDef base = SevenParameters();
     for (const auto &c : cases) {
@@ -312,31 +230,13 @@ TEST(GCSDef, RefusedPiecesLeaveTheDefinitionAsItWas) {
         EXPECT_NE(error.Message().find(L"not finite"), std::wstring::npos);
         EXPECT_NE(std::string(error.what()).find("datum refused"), std::string::npos);
     }
-    const struct {
-        const char *what;
-        void (*change)(WarpDef &);
-    } badWarps[] = {
-        {"too few for polynomial", [](WarpDef &w) { w.SetMethod(WarpMethod::Polynomial2); }},
-        {"unpaired point",
-         [](WarpDef &w) {
-             w.AddSourcePoint({1, 1});
-         }},
-        {"NaN point",
-         [](WarpDef &w) {
-             w.AddControlPoint({1, 2}, {NAN, 0});
-         }},
-        {"method 1", [](WarpDef &w) { w.SetMethod(static_cast<WarpMethod>(1)); }},
-        {"coefficients missing", [](WarpDef &w) { w.SetMethod(WarpMethod::Coefficients); }},
-    };
-    for (const auto &c : badWarps) {
-        WarpDef warp = FourCorners();
-        c.change(warp);
-        std::wstring why;
-        EXPECT_FALSE(gcs::CSDef::ValidateWarp(warp, &why)) << c.what;
-        EXPECT_FALSE(why.empty()) << c.what;
-        EXPECT_THROW(system.SetWarp(&warp), DefinitionError) << c.what;
-        EXPECT_FALSE(system.HasWarp()) << c.what;
-    }
+    WarpDef badWarp = FourCorners();
+    badWarp.AddControlPoint({1, 2}, {NAN, 0});
+    std::wstring why;
+    EXPECT_FALSE(gcs::CSDef::ValidateWarp(badWarp, &why));
+    EXPECT_FALSE(why.empty());
+    EXPECT_THROW(system.SetWarp(&badWarp), DefinitionError);
+    EXPECT_FALSE(system.HasWarp());
     EXPECT_EQ(*system.GetProjection(), *before.GetProjection());
     EXPECT_EQ(*system.GetDatum(), *before.GetDatum());
     WarpDef warp = FourCorners();
@@ -368,35 +268,10 @@ TEST(GCSDef, CompareLooksAtTheDefinitionNotTheIdentity) {
     EXPECT_FALSE(a.Compare(withoutDatum, true, &difference));
     EXPECT_NE(difference.find(L"datum method"), std::wstring::npos);
 
-    // An absent projection equals a set but unknown one.
-    GCSDef unknown;
-    const ProjectionDef nothing;
-    unknown.SetProjection(&nothing);
-    EXPECT_TRUE(GCSDef().Compare(unknown, false, nullptr));
-
-    // Clones are whole and independent.
+    // A clone keeps its warp when the original drops it.
     std::unique_ptr<gcs::CSDef> clone = b.Clone();
-    ASSERT_EQ(clone->GetType(), gcs::CSType::Georeferenced);
-    const auto &copy = dynamic_cast<const GCSDef &>(*clone);
-    EXPECT_EQ(copy.GetPOSC(), 26943);
-    EXPECT_EQ(copy.GetName(), b.GetName());
     b.SetWarp(nullptr);
-    EXPECT_EQ(*copy.GetWarp(), warp);
-    gcs::UCSDef unreferenced;
-    unreferenced.SetWarp(copy.GetWarp());
-    EXPECT_EQ(unreferenced.Clone()->GetType(), gcs::CSType::Unreferenced);
-    EXPECT_EQ(*unreferenced.Clone()->GetWarp(), warp);
-}
-
-TEST(KnownLists, UnknownCodesAreNotFound) {
-    for (int32_t code : {0, -1, 1, 4325, 32600, 99999, 2147483647}) {
-        EXPECT_EQ(GCSKnownSystemsList.FindByPOSCNumber(code), 0) << code;
-        EXPECT_EQ(GCSKnownDatumsList.FindByPOSCNumber(code), -1) << code;
-        EXPECT_EQ(GCSKnownEllipsoidsList.FindByPOSCNumber(code), -1) << code;
-        EXPECT_EQ(GCSKnownLinearUnitsList.FindByPOSCNumber(code), -1) << code;
-    }
-    EXPECT_EQ(GCSKnownSystemsList.GetSystem(GCSKnownSystemsList.Last() + 1), nullptr);
-    EXPECT_EQ(GCSKnownDatumsList.GetDatum(GCSKnownDatumsList.Last() + 1), nullptr);
+    EXPECT_EQ(*clone->GetWarp(), warp);
 }
 
 TEST(KnownLists, EllipsoidsByDimensions) {
@@ -410,8 +285,6 @@ TEST(KnownLists, EllipsoidsByDimensions) {
         {6378206.4004, 0.0033900753039287634, 7008},
         {6378206.41, 0.0033900753039287634, 0}, // 1 cm off
         {6370997.0, 0.0, 7052},                 // the current of two equal spheres
-        {6000000.0, 0.0, 0},
-        {NAN, 0.0, 0},
     };
     for (const auto &c : cases) {
         const int index = GCSKnownEllipsoidsList.FindByDimensions(c.major, c.flattening);
@@ -450,13 +323,11 @@ TEST(KnownLists, FindSystem) {
         int32_t lowerEqual; // an equal entry earlier in the list
     } cases[] = {
         {25832, 3044},  // ETRS89 / UTM zone 32N, and the same with north-east axes
-        {32635, 4037},  // WGS 84 / UTM zone 35N, and WGS 84 / TMzn35N
         {32115, 32111}, // NAD83 / New York East, and New Jersey
         {4326, 4326},   // WGS 84 itself
     };
     for (const auto &c : cases) {
         const int wanted = list.FindByPOSCNumber(c.code);
-        EXPECT_EQ(list.FindSystem(*list.GetSystem(wanted), false, false), wanted) << c.code;
         GCSDef definition = *list.GetSystem(wanted);
         definition.SetPOSC(0);
         EXPECT_EQ(list.FindSystem(definition, true, false, c.code), wanted) << c.code;
@@ -467,25 +338,22 @@ TEST(KnownLists, FindSystem) {
             << c.code << " preferring another system";
     }
 
-    // The same projection in feet is another system, unless units are ignored.
+    // The same projection in feet is another system.
     GCSDef metres = *list.GetSystem(list.FindByPOSCNumber(2227));
     metres.SetPOSC(0);
     gcs::ProjectionDef inMetres = *metres.GetProjection();
     inMetres.SetParameter(ID::LinearScale, 1.0);
     metres.SetProjection(&inMetres);
     EXPECT_EQ(list.EnumPOSC(list.FindSystem(metres, true, false)), 26943);
-    EXPECT_EQ(list.EnumPOSC(list.FindSystem(metres, true, true)), 2227); // the lowest code
 
-    // A value within tolerance is found only approximately; a real change is not found.
+    // A value within tolerance is found; a real change is not.
     gcs::ProjectionDef nudged = inMetres;
     nudged.SetParameter(ID::XOrg, inMetres.GetParameters().xOrg + 1e-4);
     metres.SetProjection(&nudged);
-    EXPECT_EQ(list.FindSystem(metres, false, false), 0);
     EXPECT_NE(list.FindSystem(metres, true, false), 0);
     nudged.SetParameter(ID::Lat0, 36.6);
     metres.SetProjection(&nudged);
     EXPECT_EQ(list.FindSystem(metres, true, false), 0);
-    EXPECT_EQ(list.FindSystem(GCSDef(), true, true), 0);
 }
 
 } // namespace

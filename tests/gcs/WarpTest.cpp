@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -35,14 +34,10 @@ Vec2d Affine(const Vec2d &p) {
     return {30.0 * p.x + 2.0 * p.y + 500000.0, 1.5 * p.x - 30.0 * p.y + 4000000.0};
 }
 
-Vec2d SimilarityPlain(const Vec2d &p) {
-    const double s = 30.0, c = std::cos(0.5), n = std::sin(0.5);
-    return {s * (c * p.x - n * p.y) + 500000.0, s * (n * p.x + c * p.y) + 4000000.0};
-}
-
-Vec2d SimilarityMirrored(const Vec2d &p) {
-    const double s = 30.0, c = std::cos(0.2), n = std::sin(0.2);
-    return {s * (c * p.x + n * p.y) + 500000.0, s * (n * p.x - c * p.y) + 4000000.0};
+// A rotation by angle and scaling by 30, mirrored when mirror is -1.
+Vec2d Similarity(const Vec2d &p, double angle, double mirror) {
+    const double c = 30.0 * std::cos(angle), n = 30.0 * std::sin(angle);
+    return {c * p.x - mirror * n * p.y + 500000.0, n * p.x + mirror * c * p.y + 4000000.0};
 }
 
 Vec2d Projective(const Vec2d &p) {
@@ -95,8 +90,10 @@ struct MethodCase {
 };
 
 const MethodCase kMethodCases[] = {
-    {"similarity plain", WarpMethod::Similarity, 2, SimilarityPlain},
-    {"similarity mirrored", WarpMethod::Similarity, 2, SimilarityMirrored},
+    {"similarity plain", WarpMethod::Similarity, 2,
+     [](const Vec2d &p) { return Similarity(p, 0.5, 1); }},
+    {"similarity mirrored", WarpMethod::Similarity, 2,
+     [](const Vec2d &p) { return Similarity(p, 0.2, -1); }},
     {"affine", WarpMethod::Affine, 3, Affine},
     {"projective", WarpMethod::Projective, 4, Projective},
     {"second order", WarpMethod::Polynomial2, 6, Quadratic},
@@ -194,24 +191,12 @@ TEST(WarpTransformer, ExplicitCoefficients) {
     ASSERT_TRUE(forward.TransformForward(p));
     EXPECT_DOUBLE_EQ(p.x, 30 * 10 + 0.5 * 20 + 500000);
     EXPECT_DOUBLE_EQ(p.y, -0.25 * 10 - 30 * 20 + 4000000);
-
-    const WarpTransformer reverse(&warp, true);
-    Vec2d back = p;
-    ASSERT_TRUE(reverse.TransformForward(back));
-    EXPECT_LT(Distance(back, {10, 20}), kPixelTolerance);
     ASSERT_TRUE(forward.TransformInverse(p));
     EXPECT_LT(Distance(p, {10, 20}), kPixelTolerance);
 }
 
-// Reversing swaps the directions; forcing a method refits the same points with it.
-TEST(WarpTransformer, ReverseAndForcedMethod) {
-    // The inverse of a projective warp is projective, so the reversed fit is exact.
-    const WarpTransformer reverse(MakeWarp(WarpMethod::Projective, kPixels, Projective), true);
-    ASSERT_TRUE(reverse.IsValid());
-    Vec2d map(Projective({400, 300}));
-    ASSERT_TRUE(reverse.TransformForward(map));
-    EXPECT_LT(Distance(map, {400, 300}), kPixelTolerance);
-
+// Forcing a method refits the same points with it.
+TEST(WarpTransformer, ForcedMethod) {
     const WarpDef warp = MakeWarp(WarpMethod::Polynomial2, kPixels, Quadratic);
     const WarpTransformer affine(&warp, false, static_cast<int>(WarpMethod::Affine));
     ASSERT_TRUE(affine.IsValid());
@@ -219,83 +204,41 @@ TEST(WarpTransformer, ReverseAndForcedMethod) {
     EXPECT_GT(affine.GetResidual(), 100.0); // the quadratic terms reach hundreds of metres
 }
 
-// A projective warp sends one line of the pixel plane to infinity; points on it fail.
-TEST(WarpTransformer, ProjectiveHorizonFails) {
-    const WarpTransformer transformer(MakeWarp(WarpMethod::Projective, kPixels, Projective));
-    ASSERT_TRUE(transformer.IsValid());
-    Vec2d horizon(-5000.0, 0.0); // 1 + 2e-4 * x = 0
-    EXPECT_FALSE(transformer.TransformForward(horizon));
-    EXPECT_EQ(horizon, Vec2d(-5000.0, 0.0));
-    EXPECT_FALSE(transformer.GetErrorText().empty());
-}
-
-namespace {
-
-struct BadWarpCase {
-    const char *name;
-    WarpDef warp;
-    const wchar_t *expectedWords; // part of the error text
-    int method = 0;
-};
-
-std::vector<BadWarpCase> BadWarps() {
+TEST(WarpTransformer, DegenerateWarpsAreReported) {
     const auto point = [](const Vec2d &) { return Vec2d(7, 7); };
-    const auto coefficients = [](double a, double b, double c, double d, double e, double f) {
-        WarpDef warp;
-        warp.SetMethod(WarpMethod::Coefficients);
-        if (!std::isnan(a))
-            warp.SetCoefficients(a, b, c, d, e, f);
-        return warp;
-    };
-    std::vector<Vec2d> circle, cubicCurve;
-    for (int i = 0; i < 10; ++i) {
+    WarpDef singular;
+    singular.SetMethod(WarpMethod::Coefficients);
+    singular.SetCoefficients(2, 4, 0, 1, 2, 0);
+    std::vector<Vec2d> circle;
+    for (int i = 0; i < 6; ++i)
         circle.emplace_back(100 * std::cos(0.6 * i), 100 * std::sin(0.6 * i));
-        cubicCurve.emplace_back(10.0 * i, 1.0 * i * i * i - 3.0 * i);
-    }
-    circle.resize(6);
-    const std::vector<Vec2d> eleven = {{5, 5}, {1, 2}, {3, 4}, {6, 1}, {9, 9}, {2, 8},
-                                       {8, 2}, {7, 3}, {4, 6}, {0, 9}, {1, 2}};
     WarpDef unpaired = MakeWarp(WarpMethod::Affine, FirstPixels(4), Affine);
     unpaired.AddSourcePoint({1, 1});
-    WarpDef withNan = MakeWarp(WarpMethod::Affine, FirstPixels(3), Affine);
-    withNan.AddControlPoint({1, NAN}, {2, 3});
-    std::vector<BadWarpCase> cases = {
-        {"no method", MakeWarp(WarpMethod::None, kPixels, Affine), L"no method"},
-        {"unknown method", MakeWarp(WarpMethod::Affine, kPixels, Affine), L"Unknown warp method 8",
-         8},
+    struct Case {
+        const char *name;
+        WarpDef warp;
+        const wchar_t *expectedWords; // part of the error text
+    };
+    std::vector<Case> cases = {
         {"unpaired", unpaired, L"pair up"},
         {"repeated", MakeWarp(WarpMethod::Affine, {{0, 0}, {10, 0}, {0, 0}}, Affine),
          L"points 1 and 3"},
-        {"repeated over many", MakeWarp(WarpMethod::Polynomial3, eleven, Cubic),
-         L"points 2 and 11"},
         {"collinear", MakeWarp(WarpMethod::Affine, {{0, 0}, {10, 10}, {25, 25}}, Affine),
          L"collinear"},
         {"projective three collinear",
          MakeWarp(WarpMethod::Projective, {{0, 0}, {50, 0}, {100, 0}, {0, 100}}, Affine),
          L"projective"},
         {"six on a conic", MakeWarp(WarpMethod::Polynomial2, circle, Affine), L"common curve"},
-        {"ten on a cubic", MakeWarp(WarpMethod::Polynomial3, cubicCurve, Affine), L"common curve"},
-        {"nan source", withNan, L"source point 4"},
         {"collapsed destination", MakeWarp(WarpMethod::Affine, FirstPixels(5), point),
          L"cannot be inverted"},
-        {"destination on a line", MakeWarp(WarpMethod::Similarity, FirstPixels(2), point),
-         L"cannot be inverted"},
-        {"no coefficients", coefficients(NAN, 0, 0, 0, 0, 0), L"has none"},
-        {"singular coefficients", coefficients(2, 4, 0, 1, 2, 0), L"cannot be inverted"},
-        {"infinite coefficients", coefficients(2, 0, INFINITY, 0, 2, 0), L"cannot be inverted"},
+        {"singular coefficients", singular, L"cannot be inverted"},
     };
     for (const MethodCase &m : kMethodCases)
         cases.push_back({m.name, MakeWarp(m.method, FirstPixels(m.minimumPoints - 1), m.truth),
                          L"needs at least"});
-    return cases;
-}
-
-} // namespace
-
-TEST(WarpTransformer, DegenerateWarpsAreReported) {
-    for (const BadWarpCase &test : BadWarps()) {
+    for (const Case &test : cases) {
         SCOPED_TRACE(test.name);
-        const WarpTransformer transformer(&test.warp, false, test.method);
+        const WarpTransformer transformer(&test.warp);
         EXPECT_FALSE(transformer.IsValid());
         const std::wstring &error = transformer.GetErrorText();
         EXPECT_NE(error.find(test.expectedWords), std::wstring::npos) << shr::WtoA(error);
@@ -303,7 +246,5 @@ TEST(WarpTransformer, DegenerateWarpsAreReported) {
         EXPECT_FALSE(transformer.TransformForward(p));
         EXPECT_FALSE(transformer.TransformInverse(p));
         EXPECT_EQ(p, Vec2d(3, 4));
-        EXPECT_THROW(WarpTransformer(&test.warp, false, test.method, true), std::invalid_argument);
     }
-    EXPECT_FALSE(WarpTransformer(nullptr).IsValid());
 }

@@ -8,36 +8,11 @@
 
 #include "gcs/GcsFile.h"
 #include "gcs/KnownLists.h"
-#include "gcs/WktNode.h"
 #include "shr/Strings.h"
 
 using gcs::ProjectionMethod;
 
 namespace {
-
-const char kEsriUtm[] =
-    "ESRI PE String = PROJCS[\"NAD_1983_UTM_Zone_10N\",GEOGCS[\"GCS_North_American_1983\","
-    "DATUM[\"D_North_American_1983\",SPHEROID[\"GRS_1980\",6378137.0,298.257222101]],"
-    "PRIMEM[\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]],"
-    "PROJECTION[\"Transverse_Mercator\"],PARAMETER[\"False_Easting\",500000.0],"
-    "PARAMETER[\"False_Northing\",0.0],PARAMETER[\"Central_Meridian\",-123.0],"
-    "PARAMETER[\"Scale_Factor\",0.9996],PARAMETER[\"Latitude_Of_Origin\",0.0],"
-    "UNIT[\"Meter\",1.0]]";
-
-// OGC WKT with AUTHORITY, TOWGS84, AXIS and EXTENSION nodes.
-const char kOgcGaussKrueger[] =
-    "PROJCS[\"DHDN / 3-degree Gauss-Kruger zone 3\",GEOGCS[\"DHDN\",DATUM["
-    "\"Deutsches_Hauptdreiecksnetz\",SPHEROID[\"Bessel 1841\",6377397.155,299.1528128,"
-    "AUTHORITY[\"EPSG\",\"7004\"]],TOWGS84[598.1,73.7,418.2,0.202,0.045,-2.455,6.7],"
-    "AUTHORITY[\"EPSG\",\"6314\"]],PRIMEM[\"Greenwich\",0,AUTHORITY[\"EPSG\",\"8901\"]],"
-    "UNIT[\"degree\",0.0174532925199433,AUTHORITY[\"EPSG\",\"9122\"]],"
-    "AUTHORITY[\"EPSG\",\"4314\"]],PROJECTION[\"Transverse_Mercator\"],"
-    "PARAMETER[\"latitude_of_origin\",0],PARAMETER[\"central_meridian\",9],"
-    "PARAMETER[\"scale_factor\",1],PARAMETER[\"false_easting\",3500000],"
-    "PARAMETER[\"false_northing\",0],UNIT[\"metre\",1,AUTHORITY[\"EPSG\",\"9001\"]],"
-    "AXIS[\"Northing\",NORTH],AXIS[\"Easting\",EAST],"
-    "EXTENSION[\"PROJ4\",\"+proj=tmerc +lat_0=0 +lon_0=9 +k=1 +x_0=3500000\"],"
-    "AUTHORITY[\"EPSG\",\"31467\"]]";
 
 std::string Geogcs(const std::string &unit = "UNIT[\"Degree\",0.0174532925199433]",
                    const std::string &datum = "DATUM[\"D_WGS_1984\",SPHEROID[\"WGS_1984\","
@@ -49,6 +24,16 @@ std::string Projcs(const std::string &projection, const std::string &parameters,
                    const std::string &unit = "UNIT[\"Meter\",1.0]") {
     return "PROJCS[\"P\"," + Geogcs() + ",PROJECTION[\"" + projection + "\"]," + parameters +
            (parameters.empty() ? "" : ",") + unit + "]";
+}
+
+const std::string kUtm = Projcs("Transverse_Mercator", "PARAMETER[\"Scale_Factor\",0.9996]");
+
+// A[A[A[...]]], depth levels deep.
+std::string Nested(int depth) {
+    std::string text;
+    for (int i = 0; i < depth; ++i)
+        text += "A[";
+    return text + std::string(static_cast<size_t>(depth), ']');
 }
 
 gcs::ProjectionParameters Params(const gcs::GCSDef &def) {
@@ -64,40 +49,6 @@ bool Convert(const std::string &wkt, gcs::GCSDef &def) {
 
 } // namespace
 
-// What PROJ never writes (the peer test reads what it does): round brackets, doubled quotes,
-// an exponent, and text after the tree.
-TEST(WktNode, ReadsTheTree) {
-    gcsfile::WktNode root;
-    std::wstring message;
-    ASSERT_TRUE(gcsfile::ParseWkt(" unit ( \"a \"\"quoted\"\" name\" , -1.5e2, EAST ) |citation",
-                                  root, message))
-        << shr::WtoA(message);
-    EXPECT_EQ(root.keyword, "UNIT");
-    ASSERT_EQ(root.atoms.size(), 3u);
-    EXPECT_EQ(*root.Text(0), "a \"quoted\" name");
-    double value = 0.0;
-    EXPECT_TRUE(root.Number(1, value));
-    EXPECT_EQ(value, -150.0);
-    EXPECT_EQ(root.Text(1), nullptr); // a number is not text
-}
-
-// A datum name that is no EPSG datum's makes a user-defined datum; its ellipsoid is found by
-// its dimensions. (TOWGS84 values are compared with PROJ by the peer test.)
-TEST(WktConvert, UserDefinedDatumOnAKnownEllipsoid) {
-    gcs::GCSDef def;
-    ASSERT_TRUE(Convert(Geogcs("UNIT[\"Degree\",0.0174532925199433],AUTHORITY[\"EPSG\",4267]",
-                               "DATUM[\"Some_Local_Datum\",SPHEROID[\"Clarke 1866\",6378206.4,"
-                               "294.978698213898],TOWGS84[-8,160,176]]"),
-                        def));
-    EXPECT_EQ(def.GetPOSC(), 4267);
-    EXPECT_FALSE(def.HasProjection(false, true));
-    const gcs::DatumDef *datum = def.GetDatum();
-    ASSERT_NE(datum, nullptr);
-    EXPECT_TRUE(datum->IsUserDefined());
-    EXPECT_EQ(datum->GetName(), L"Some_Local_Datum");
-    EXPECT_EQ(datum->GetEllipsoid().GetPOSC(), 7008);
-}
-
 // A prime meridian other than Paris is in the GEOGCS unit: 10 grads are 9 degrees. (Paris is
 // written in degrees, as GDAL and ESRI do; the peer test reads EPSG's Paris systems.)
 TEST(WktConvert, PrimeMeridianInTheAngularUnit) {
@@ -108,26 +59,22 @@ TEST(WktConvert, PrimeMeridianInTheAngularUnit) {
     EXPECT_NEAR(grads.GetDatum()->GetParameter(gcs::DatumParameterID::PrimeMeridian), 9.0, 1e-12);
 }
 
-namespace {
-
-struct FormCase {
-    const char *name;
-    std::string wkt;
-    ProjectionMethod method;
-    int32_t option;
-    double lat0, lat1, gridAngle;
-};
-
-std::vector<FormCase> FormCases() {
-    return {
+// Names and forms PROJ does not write for EPSG systems (the peer test reads those): values
+// implied by the method, orientation given by axes, EPSG names with spaces.
+TEST(WktConvert, MethodForms) {
+    const struct {
+        const char *name;
+        std::string wkt;
+        ProjectionMethod method;
+        int32_t option;
+        double lat0, lat1, gridAngle;
+    } cases[] = {
         {"OGC Krovak south west",
          Projcs("Krovak", "PARAMETER[\"azimuth\",30.29]",
                 "UNIT[\"metre\",1],AXIS[\"X\",SOUTH],AXIS[\"Y\",WEST]"),
          ProjectionMethod::Krovak, 0, 0, 0, 0},
         {"Bonne parallel", Projcs("Bonne", "PARAMETER[\"Standard_Parallel_1\",40]"),
          ProjectionMethod::Bonne, 0, 40, 0, 0},
-        {"Behrmann", Projcs("Behrmann", "PARAMETER[\"Central_Meridian\",0]"),
-         ProjectionMethod::CylindricalEqualArea, 0, 0, 30, 0},
         {"EPSG name with spaces",
          Projcs("Lambert Conic Conformal (West Orientated)",
                 "PARAMETER[\"Latitude of natural origin\",70.5]"),
@@ -137,14 +84,7 @@ std::vector<FormCase> FormCases() {
                          "PARAMETER[\"Latitude_Of_Center\",30]"),
          ProjectionMethod::Orthographic, 0, 30, 0, 0},
     };
-}
-
-} // namespace
-
-// Names and forms PROJ does not write for EPSG systems (the peer test reads those): values
-// implied by the method, orientation given by axes, EPSG names with spaces.
-TEST(WktConvert, MethodForms) {
-    for (const FormCase &test : FormCases()) {
+    for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
         gcs::GCSDef def;
         if (!Convert(test.wkt, def))
@@ -160,10 +100,10 @@ TEST(WktConvert, MethodForms) {
 
 TEST(WktConvert, CompoundLocalAndRadians) {
     gcs::GCSDef compound;
-    ASSERT_TRUE(Convert("COMPD_CS[\"c\"," + std::string(kOgcGaussKrueger) +
+    ASSERT_TRUE(Convert("COMPD_CS[\"c\"," + kUtm +
                             ",VERT_CS[\"h\",VERT_DATUM[\"v\",2005],UNIT[\"metre\",1]]]",
                         compound));
-    EXPECT_EQ(compound.GetPOSC(), 31467);
+    EXPECT_EQ(Params(compound).scaleFactor, 0.9996);
 
     gcs::GCSDef local;
     ASSERT_TRUE(Convert("LOCAL_CS[\"site grid\",LOCAL_DATUM[\"x\",0],UNIT[\"foot\",0.3048],"
@@ -189,93 +129,46 @@ TEST(WktConvert, KeepsTheWarp) {
     warp.SetMethod(gcs::WarpMethod::Coefficients);
     warp.SetCoefficients(30, 0, 500000, 0, -30, 4000000);
     def.SetWarp(&warp);
-    ASSERT_TRUE(Convert(kEsriUtm, def));
+    ASSERT_TRUE(Convert(kUtm, def));
     ASSERT_TRUE(def.HasWarp());
     EXPECT_EQ(*def.GetWarp(), warp);
     const gcs::GCSDef before = def;
     std::wstring message;
     EXPECT_FALSE(gcsfile::ConvertWktToGCSDef(std::string("PROJCS[\"broken\""), def, &message));
     EXPECT_TRUE(def.Compare(before, false, nullptr));
-    EXPECT_TRUE(gcsfile::ConvertWktToGCSDef(shr::AtoW(kOgcGaussKrueger), def, &message));
+    EXPECT_TRUE(gcsfile::ConvertWktToGCSDef(shr::AtoW(kUtm), def, &message));
     EXPECT_TRUE(message.empty());
 }
 
-namespace {
-
-struct BadCase {
-    const char *name;
-    std::string wkt;
-    const wchar_t *expectedWords;
-};
-
-// A[A[A[...]]], depth levels deep.
-std::string Nested(int depth) {
-    std::string text;
-    for (int i = 0; i < depth; ++i)
-        text += "A[";
-    return text + std::string(static_cast<size_t>(depth), ']');
-}
-
-std::vector<BadCase> BadCases() {
+TEST(WktConvert, MalformedOrUnsupportedTextIsReported) {
     const std::string wgs = "SPHEROID[\"WGS_1984\",6378137.0,298.257223563]";
-    return {
-        {"empty", "", L"expected a keyword"},
-        {"prefix only", "ESRI PE String = ", L"expected a keyword"},
-        {"unbalanced", "GEOGCS[\"g\",DATUM[\"d\"", L"at the end of the text"},
-        {"wrong closer", "GEOGCS[\"g\")", L"expected ',' or ']'"},
+    const struct {
+        const char *name;
+        std::string wkt;
+        const wchar_t *expectedWords;
+    } cases[] = {
         {"unterminated text", "GEOGCS[\"g", L"unterminated quoted text"},
         {"bad number", Projcs("Mercator", "PARAMETER[\"x\",1.2.3]"), L"invalid number"},
-        {"overflowing number", Projcs("Mercator", "PARAMETER[\"x\",1e999]"), L"invalid number"},
-        {"sign twice", Projcs("Mercator", "PARAMETER[\"x\",+-1]"), L"invalid number"},
         {"text after", Geogcs() + "]", L"unexpected text after"},
         {"too deep", Nested(40), L"nesting too deep"},
         {"too long", "GEOGCS[\"" + std::string(gcsfile::kMaxWktLength, 'x') + "\"]",
          L"characters long"},
         {"vertical", "VERT_CS[\"h\",VERT_DATUM[\"v\",2005]]", L"not a horizontal"},
-        {"no datum", "GEOGCS[\"g\",PRIMEM[\"Greenwich\",0]]", L"has no DATUM"},
-        {"no spheroid numbers", Geogcs("UNIT[\"Degree\",0.01745]", "DATUM[\"d\",SPHEROID[\"s\"]]"),
-         L"SPHEROID"},
-        {"inverse flattening below 1",
-         Geogcs("UNIT[\"Degree\",0.01745]", "DATUM[\"d\",SPHEROID[\"s\",6378137,0.5]]"),
-         L"not an ellipsoid"},
-        {"negative radius",
-         Geogcs("UNIT[\"Degree\",0.01745]", "DATUM[\"d\",SPHEROID[\"s\",-1,298]]"),
-         L"not an ellipsoid"},
         {"five TOWGS84 values",
          Geogcs("UNIT[\"Degree\",0.01745]", "DATUM[\"d\"," + wgs + ",TOWGS84[1,2,3,4,5]]"),
          L"3 or 7"},
-        {"zero unit", Geogcs("UNIT[\"Degree\",0]"), L"positive conversion factor"},
-        {"prime meridian out of range",
-         "GEOGCS[\"g\",DATUM[\"d\"," + wgs + "],PRIMEM[\"x\",400],UNIT[\"degree\",0.0174532925]]",
-         L"out of range"},
-        {"no projection", "PROJCS[\"p\"," + Geogcs() + ",UNIT[\"m\",1]]", L"no PROJECTION"},
-        {"no geogcs", "PROJCS[\"p\",PROJECTION[\"Mercator\"]]", L"no GEOGCS"},
         {"unknown projection", Projcs("Stereographic", ""), L"\"Stereographic\" is not supported"},
-        {"left-out method", Projcs("Transverse_Mercator_Zoned_Grid_System", ""), L"not supported"},
         {"unknown parameter", Projcs("Mercator", "PARAMETER[\"Zone width\",6]"),
          L"\"Zone width\" is not understood"},
-        {"parameter without value", Projcs("Mercator", "PARAMETER[\"false_easting\"]"),
-         L"quoted name and a number"},
         {"latitude beyond the pole", Projcs("Mercator", "PARAMETER[\"standard_parallel_1\",95]"),
          L"refused"},
         {"skewed ESRI LCC 1SP",
          Projcs("Lambert_Conformal_Conic", "PARAMETER[\"Standard_Parallel_1\",45],"
                                            "PARAMETER[\"Latitude_Of_Origin\",40]"),
          L"standard parallel away"},
-        {"auxiliary sphere type 2",
-         Projcs("Mercator_Auxiliary_Sphere", "PARAMETER[\"Auxiliary_Sphere_Type\",2]"),
-         L"auxiliary sphere type 0"},
-        {"rotated Krovak",
-         Projcs("Krovak", "PARAMETER[\"X_Scale\",1],PARAMETER[\"XY_Plane_Rotation\",45]"),
-         L"Krovak"},
         {"scaled axes", Projcs("Mercator", "PARAMETER[\"X_Scale\",2]"), L"X_Scale"},
     };
-}
-
-} // namespace
-
-TEST(WktConvert, MalformedOrUnsupportedTextIsReported) {
-    for (const BadCase &test : BadCases()) {
+    for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
         gcs::GCSDef def;
         def.SetName(L"untouched");

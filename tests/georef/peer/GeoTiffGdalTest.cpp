@@ -26,26 +26,21 @@ bool Near(double ours, double peer) {
 
 // Where the rules make us differ from GDAL.
 enum Difference : unsigned {
-    // GDAL moves the origin by half a pixel for RasterPixelIsPoint; the warp rules read tie
-    // points, scale and matrix as they stand and never look at GTRasterType.
+    // GDAL moves the origin half a pixel for PixelIsPoint; the warp never reads GTRasterType.
     kPixelIsPoint = 1,
-    // A warp from one tie point and the pixel scale is rebuilt with the model coordinates
-    // multiplied by the linear units per metre (and the translation mixing the multiplied tie
-    // point with the unmultiplied pixel size).
+    // One tie point and a scale: the warp is rebuilt with the model coordinates in linear units
+    // (the translation mixes the multiplied tie point with the unmultiplied pixel size).
     kWarpInLinearUnit = 2,
-    // ProjCoordTrans 9 (LCC 1SP) has no row in the projection-type table: the projection of a
-    // projected model without a method becomes a local grid.
+    // ProjCoordTrans 9 (LCC 1SP) has no table row: a projected model without a method is local.
     kLocalGrid = 4,
-    // No datum: the chain knows GeogGeodeticDatum, GeographicType + 2000 within 6000-6999,
-    // the pseudo-Mercator sphere and GeogToWGS84; a user-defined datum is built only from
-    // GeogToWGS84 (3 or 7 values) in the geographic model.
+    // The chain knows GeogGeodeticDatum, GeographicType + 2000 (6000-6999), the pseudo-Mercator
+    // sphere and GeogToWGS84 (3 or 7 values, geographic model only); nothing else makes a datum.
     kNoDatum = 8,
-    // The keys give no ellipsoid (the axis keys count only with GeogEllipsoid 32767 and a
-    // sphere counts only when the list holds it), so the projection gets Clarke 1866 and a
-    // user-defined datum gets it too.
+    // No ellipsoid the keys name or the list holds (axes count only with GeogEllipsoid 32767):
+    // Clarke 1866 stands in, for the projection and a user-defined datum alike.
     kClarkeFallback = 16,
-    // A projected model with GeogGeodeticDatum 32767 gets the projected part's user-defined
-    // datum (ellipsoid only); GeogToWGS84 is read only while the datum is still unknown.
+    // GeogGeodeticDatum 32767 in a projected model: the datum is ellipsoid only, since
+    // GeogToWGS84 is read only while the datum is still unknown.
     kNoShift = 32,
 };
 
@@ -65,8 +60,6 @@ unsigned DifferencesOf(const std::string &path) {
     auto it = kDifferences.find(FileName(path));
     return it == kDifferences.end() ? 0 : it->second;
 }
-
-// ---- warp ----------------------------------------------------------------------------------
 
 void CompareWarp(const gcs::GCSDef &system, const GdalInfo &gdal, double u, unsigned diff) {
     const gcs::WarpDef *warp = system.GetWarp();
@@ -102,8 +95,6 @@ void CompareWarp(const gcs::GCSDef &system, const GdalInfo &gdal, double u, unsi
     for (int k = 0; k < 6; ++k)
         EXPECT_NEAR_REL(ours[k], gt[k]) << "geotransform[" << k << "]";
 }
-
-// ---- ellipsoid and datum -------------------------------------------------------------------
 
 void CompareEllipsoid(const gcs::EllipsoidDef &ours, const WktNode &spheroid) {
     EXPECT_NEAR_REL(ours.GetMajorRadius(), spheroid.Number(1));
@@ -145,8 +136,6 @@ void CompareDatum(const gcs::GCSDef &system, const WktNode &geogcs, unsigned dif
     }
 }
 
-// ---- projection ----------------------------------------------------------------------------
-
 enum class Kind { Angle, Length, Scale, GridAngle };
 
 struct ParameterMap {
@@ -183,15 +172,9 @@ const ParameterMap *FindParameter(const std::string &method, const std::string &
 }
 
 double Expected(const ParameterMap &p, double value, double degreesPerUnit, double metresPerUnit) {
-    switch (p.kind) {
-    case Kind::Angle:
-    case Kind::GridAngle:
-        return value * degreesPerUnit;
-    case Kind::Length:
-        return value * metresPerUnit;
-    default:
+    if (p.kind == Kind::Scale)
         return value;
-    }
+    return value * (p.kind == Kind::Length ? metresPerUnit : degreesPerUnit);
 }
 
 double Ours(const ParameterMap &p, const gcs::ProjectionParameters &q) {
