@@ -32,12 +32,11 @@ TEST(ImportDialogForm, ParsesEditNumbers) {
         std::wstring text;
         bool ok;
         double value;
-    } cases[] = {
-        {L"12", true, 12},    {L"  7.5", true, 7.5},
-        {L"12abc", true, 12}, {L"-3", true, -3},
-        {L"abc", false, 0},   {L"", false, 0},
-        {L"1e999", false, 0}, {L"1" + std::wstring(48, L'0') + L"5", true, 1e48},
-    };
+    } cases[] = {{L"  7.5", true, 7.5},
+                 {L"12abc", true, 12},
+                 {L"abc", false, 0},
+                 {L"1e999", false, 0},
+                 {L"1" + std::wstring(48, L'0') + L"5", true, 1e48}};
     for (const auto &c : cases) {
         double value = -99;
         EXPECT_EQ(ParseDialogNumber(c.text, value), c.ok) << c.text.c_str();
@@ -56,18 +55,12 @@ TEST(ImportDialogForm, ComposesReadouts) {
         const wchar_t *region_text, *final_text, *size_text;
     } cases[] = {
         // clang-format off
-        {100, 100, 8, {0, 0, 99, 99}, L"Region dimensions:  100 x 100 Pixels",
-         L"Final dimensions:  12 x 12 Pixels", L"Estimated size:  1 Megabytes"},
         {100, 100, 32, {0, 0, 9, 9}, L"Region dimensions:  10 x 10 Pixels",
          L"Final dimensions:  1 x 1 Pixels", L"Estimated size:  1 Megabytes"},
         {10000, 8000, 1, {0, 0, 9999, 7999}, L"Region dimensions:  10000 x 8000 Pixels",
          L"Final dimensions:  10000 x 8000 Pixels", L"Estimated size:  305 Megabytes"},
         {100, 100, 2, {0.5, 0, 10.25, 4}, L"Region dimensions:  10.75 x 5 Pixels",
          L"Final dimensions:  5 x 2 Pixels", L"Estimated size:  1 Megabytes"},
-        {4000000000u, 4000000000u, 1, {0, 0, 3999999999, 3999999999},
-         L"Region dimensions:  4E+09 x 4E+09 Pixels",
-         L"Final dimensions:  4000000000 x 4000000000 Pixels",
-         L"Estimated size:  61035156250000 Megabytes"},
         // clang-format on
     };
     for (const auto &c : cases) {
@@ -80,6 +73,7 @@ TEST(ImportDialogForm, ComposesReadouts) {
         EXPECT_EQ(r.size, c.size_text);
     }
     EXPECT_EQ(ComposeReadouts(Image(640, 480)).file, L"File dimensions:  640 x 480 Pixels");
+    EXPECT_EQ(DialogCaption(L"Options", L"C:\\maps\\v2.city.sid"), L"Options - v2.city.sid");
 }
 
 TEST(ImportDialogForm, ValidationKeepsTheLastFailingMessage) {
@@ -96,11 +90,6 @@ TEST(ImportDialogForm, ValidationKeepsTheLastFailingMessage) {
          L"Lower-right X is outside of the image.", {0, 5, 99, 40}},
         {{L"100", L"5", L"100", L"40"}, 0, L"Selected region has no width.", {99, 5, 99, 40}},
         {{L"100", L"5", L"50", L"40"}, 0, L"", {50, 5, 99, 40}},
-        {{L"10", L"-1", L"60", L"40"}, 0,
-         L"Upper-left Y is outside of the image.", {10, -1, 60, 40}},
-        {{L"10", L"5", L"60", L"x"}, 0,
-         L"Lower-right Y must contain a valid number.", {10, 0, 60, 5}},
-        {{L"10", L"20", L"60", L"20"}, 0, L"Selected region has no height.", {10, 20, 60, 20}},
         {{L"10", L"5", L"60", L"51"}, 0,
          L"Lower-right Y is outside of the image.", {10, 5, 60, 49}},
         // clang-format on
@@ -124,24 +113,6 @@ TEST(ImportDialogForm, ValidationKeepsTheLastFailingMessage) {
     }
 }
 
-// Disabling, and the boundary between offered and not, are seen in Commands.
-TEST(ImportDialogForm, EnablesReductionsTheFileOffers) {
-    for (uint32_t maxScale : {1u, 32u}) {
-        ImportDialogData d = Image(100, 50, maxScale);
-        TableControls controls;
-        ImportDialogForm(d, controls).EnableRegionControls(true);
-        for (int i = 0; i < 6; ++i)
-            EXPECT_EQ(controls.enabled.at(IDC_REDUCTION_1 + i), 1u << i <= maxScale) << i;
-        for (int id : {IDC_EDIT_LEFT, IDC_NAVIGATE_LABEL, IDC_QUALITY_HINT, IDC_ESTIMATED_SIZE})
-            EXPECT_TRUE(controls.enabled.at(id)) << id;
-    }
-    for (auto [scale, radio] : {std::pair{1u, IDC_REDUCTION_1},
-                                {32u, IDC_REDUCTION_32},
-                                {5u, IDC_REDUCTION_1},
-                                {64u, IDC_REDUCTION_1}})
-        EXPECT_EQ(ReductionRadioFor(scale), radio) << scale;
-}
-
 TEST(ImportDialogForm, Commands) {
     ImportDialogData d = Image(100, 50, 4);
     TableControls controls;
@@ -149,7 +120,6 @@ TEST(ImportDialogForm, Commands) {
     d.left = 10, d.top = 5, d.right = 60, d.bottom = 40, d.scale = 4;
     form.SetControlsFromData();
     EXPECT_TRUE(controls.IsChecked(IDC_REDUCTION_4));
-    EXPECT_TRUE(controls.IsChecked(IDC_FORMAT_FIRST + 3)); // the absent format radios: 4
 
     // OK with a bad edit shows the message and stays open; fixed, it ends with 1.
     controls.text[IDC_EDIT_LEFT] = L"abc";
@@ -160,11 +130,6 @@ TEST(ImportDialogForm, Commands) {
     controls.text[IDC_EDIT_LEFT] = L"20";
     EXPECT_EQ(form.OnCommand(1, 0).endWith, 1);
     EXPECT_EQ(d.left, 20);
-
-    // Other ids up to 7 end the dialog with themselves.
-    EXPECT_EQ(form.OnCommand(2, 0).endWith, 2);
-    EXPECT_EQ(form.OnCommand(7, 0).endWith, 7);
-    EXPECT_EQ(form.OnCommand(8, 0).endWith, 0);
 
     // On-the-fly: dashes, region controls off; unchecked again: back.
     controls.checked[IDC_ON_THE_FLY] = true;
@@ -179,17 +144,13 @@ TEST(ImportDialogForm, Commands) {
     EXPECT_TRUE(controls.enabled[IDC_REDUCTION_4]);
     EXPECT_FALSE(controls.enabled[IDC_REDUCTION_8]);
 
-    // A reduction radio re-reads, clamps and rewrites the edits; of two checked radios the
-    // later one counts.
+    // A reduction radio re-reads, clamps and rewrites the edits.
     controls.text[IDC_EDIT_RIGHT] = L"100";
     controls.checked[IDC_REDUCTION_2] = true;
     EXPECT_TRUE(form.OnCommand(IDC_REDUCTION_2, 0).selectionChanged);
     EXPECT_EQ(d.scale, 4u);
     EXPECT_EQ(controls.text[IDC_EDIT_RIGHT], L"99");
     EXPECT_EQ(controls.text[IDC_FINAL_DIMENSIONS], L"Final dimensions:  20 x 9 Pixels");
-    controls.checked[IDC_REDUCTION_4] = false;
-    form.OnCommand(IDC_REDUCTION_2, 0);
-    EXPECT_EQ(controls.text[IDC_FINAL_DIMENSIONS], L"Final dimensions:  40 x 18 Pixels");
 
     // Edits: ignored while initialising; losing focus clamps the data but not the edit.
     controls.text[IDC_EDIT_BOTTOM] = L"70";
@@ -200,9 +161,6 @@ TEST(ImportDialogForm, Commands) {
     EXPECT_TRUE(form.OnCommand(IDC_EDIT_BOTTOM, 0x0200).repaint);
     EXPECT_EQ(d.bottom, 49);
     EXPECT_EQ(controls.text[IDC_EDIT_BOTTOM], L"70");
-    controls.text[IDC_EDIT_BOTTOM] = L"30";
-    form.OnCommand(IDC_EDIT_BOTTOM, 0x0300); // a change alone does not re-read the edits
-    EXPECT_EQ(d.bottom, 49);
 
     // Defaults: whole image, 1/1, not linked, fit and focus OK.
     d.linked = true;
@@ -210,14 +168,8 @@ TEST(ImportDialogForm, Commands) {
     EXPECT_TRUE(out.zoomToFit && out.focusOk && out.selectionChanged);
     EXPECT_FALSE(d.linked);
     EXPECT_EQ(d.scale, 1u);
-    EXPECT_TRUE(controls.IsChecked(IDC_REDUCTION_1));
     EXPECT_FALSE(controls.IsChecked(IDC_REDUCTION_2));
-    EXPECT_EQ(controls.text[IDC_EDIT_LEFT], L"0");
     EXPECT_EQ(controls.text[IDC_EDIT_BOTTOM], L"49");
-}
-
-TEST(ImportDialogForm, CaptionNamesTheFile) {
-    EXPECT_EQ(DialogCaption(L"Options", L"C:\\maps\\v2.city.sid"), L"Options - v2.city.sid");
 }
 
 } // namespace

@@ -1,5 +1,6 @@
-// The import driver through a recording host: what is handed over and in which order, the
-// colour formats, the scale clamp, the linked image, the dialog, and every failure path.
+// The filter through a recording host: the import options (string and store asymmetries,
+// region fitting, what is saved with which persist flag), what an import hands over and in which
+// order, every failure path, the order of the filter's virtual operations, and the cached bitmap.
 #include "RecordingManager.h"
 #include "SidImportFilter.h"
 #include "shr/Strings.h"
@@ -7,10 +8,12 @@
 #include "../sid/TestEngine.h"
 #include "../sid/TestFiles.h"
 
+#include "imagelib/CachedSidBitmap.h"
 #include "plio/Exception.h"
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <functional>
 
 using namespace LizardTech;
@@ -19,6 +22,94 @@ using sidtest::TestImage;
 using Answer = plio::IoManager::DialogAnswer;
 
 namespace {
+
+constexpr unsigned int kAll = 4294967295u;
+constexpr unsigned int kUnwritten = 0xDEADu;
+
+struct OptionsCase {
+    const char *name;
+    std::map<std::wstring, unsigned int> stored;
+    uint32_t imageWidth, imageHeight; // 0: unknown
+    const wchar_t *options;           // null: LoadOptions(true) alone
+    // Expected fields.
+    uint32_t scale;
+    int32_t format;
+    uint32_t maxDim, region[4];
+    // Expected writes: Scale and Format values and their persist flag, and whether the region
+    // was written (always without persist).
+    unsigned int savedScale = kUnwritten, savedFormat = kUnwritten;
+    bool persisted = false, regionSaved = false;
+};
+
+// clang-format off
+const OptionsCase kOptionCases[] = {
+    {"Format=32 is 32-bit colour", {}, 0, 0, L"Format=32", 1, 5, kAll, {}, 1, 32, true},
+    {"a stored 32 loads as 24-bit colour", {{L"Format", 32}}, 0, 0, nullptr, 1, 4, kAll, {}},
+    {"8 is grey, saved as 8", {}, 0, 0, L"Format=8", 1, 3, kAll, {}, 1, 8, true},
+    {"Defaults ignores the store, region included",
+     {{L"Scale", 8}, {L"Format", 8}, {L"ULX", 3}, {L"LRX", 9}, {L"ULY", 1}, {L"LRY", 5}}, 40, 30,
+     L"Defaults=1", 1, 4, kAll, {0, 0, 39, 29}, 1, 24, true, true},
+    {"the store is loaded without Defaults", {{L"Scale", 8}, {L"Format", 1}}, 0, 0, L"", 8, 1,
+     kAll, {}, 8, 1, true},
+    {"ForgetOptions", {}, 0, 0, L"ForgetOptions=true;Scale=2", 2, 4, kAll, {}, 2, 24, false},
+    {"a region is saved", {}, 0, 0, L"ULX=1;ULY=2;LRX=30;LRY=40", 1, 4, kAll, {1, 2, 30, 40}, 1,
+     24, true, true},
+    {"a string region is neither fitted nor ordered", {}, 10, 10, L"ULX=50;ULY=2;LRX=3;LRY=90", 1,
+     4, kAll, {50, 2, 3, 90}, 1, 24, true, true},
+    {"one pixel high: not saved", {}, 0, 0, L"ULX=1;ULY=5;LRX=30;LRY=5", 1, 4, kAll, {1, 5, 30, 5},
+     1, 24, true},
+    {"a stored corner at the size is pulled in", {{L"LRX", 100}, {L"LRY", 50}}, 100, 50, nullptr,
+     1, 4, kAll, {0, 0, 99, 49}},
+    {"stored zeros: the whole image", {{L"ULX", 0}, {L"LRX", 0}}, 100, 50, nullptr, 1, 4, kAll,
+     {0, 0, 99, 49}},
+    {"a stored reversed region is ordered",
+     {{L"ULX", 80}, {L"ULY", 40}, {L"LRX", 10}, {L"LRY", 5}}, 100, 50, nullptr, 1, 4, kAll,
+     {10, 5, 80, 40}},
+    {"MaxDim is kept but never saved", {{L"MaxDim", 77}}, 0, 0, L"MaxDim=300", 1, 4, 300, {}, 1,
+     24, true},
+    {"the last entry counts even when bad; values end at 4294967295 and have no sign",
+     {{L"Scale", 8}}, 0, 0, L"Defaults=TRUE;Scale=2;Scale=x;ULX=4294967295;ULY=4294967297;LRX=+3",
+     1, 4, kAll, {4294967295u}, 1, 24, true},
+};
+// clang-format on
+
+class Options : public ::testing::TestWithParam<OptionsCase> {};
+
+TEST_P(Options, FieldsAndWrites) {
+    const OptionsCase &c = GetParam();
+    plugintest::RecordingManager host;
+    host.stored = c.stored;
+    SidImportFilter filter(host);
+    filter.SetImageSize(c.imageWidth, c.imageHeight);
+    if (c.options)
+        filter.SetOptions(c.options);
+    else
+        filter.LoadOptions(true);
+    EXPECT_EQ(filter.GetScale(), c.scale);
+    EXPECT_EQ(filter.GetFormat(), c.format);
+    EXPECT_EQ(filter.GetMaxDim(), c.maxDim);
+    uint32_t region[4];
+    filter.GetRegion(region[0], region[1], region[2], region[3]);
+    EXPECT_EQ(std::vector<uint32_t>(region, region + 4),
+              std::vector<uint32_t>(c.region, c.region + 4));
+    for (auto [name, expected] : {std::pair{L"Scale", c.savedScale}, {L"Format", c.savedFormat}}) {
+        unsigned int value = kUnwritten;
+        bool persist = c.persisted; // left alone when nothing was written
+        EXPECT_EQ(host.LastWrite(name, value, persist) ? value : kUnwritten, expected)
+            << shr::WtoA(name);
+        EXPECT_EQ(persist, c.persisted) << shr::WtoA(name);
+    }
+    unsigned int value = 0;
+    bool persist = false;
+    EXPECT_FALSE(host.LastWrite(L"MaxDim", value, persist));
+    for (const wchar_t *corner : {L"ULX", L"ULY", L"LRX", L"LRY"}) {
+        EXPECT_EQ(host.LastWrite(corner, value, persist), c.regionSaved) << shr::WtoA(corner);
+        EXPECT_FALSE(persist);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, Options, ::testing::ValuesIn(kOptionCases),
+                         [](const auto &info) { return "case" + std::to_string(info.index); });
 
 constexpr int kAbort = -1;
 
@@ -39,22 +130,20 @@ struct ImportCase {
 const auto kPlain = [](TestImage &) {};
 const auto kNone = Answer::Unanswered;
 
-// One case a row.
 // clang-format off
 const ImportCase kCases[] = {
     {"stored scale above the largest reduction is clamped and saved",
      [](TestImage &im) { im.minMag = 1.0 / 16; }, {{L"Scale", 64}}, kNone, {}, 0,
      {HandOver::Image}, 6, 37, 9, 16, 24},
     {"24-bit import of an image with alpha is promoted to 32 without saving it",
-     [](TestImage &im) { im.colorSpace = LTI_COLORSPACE_RGBA, im.bands = 4; },
-     {}, kNone, {}, 0, {HandOver::Image}, 100, 600, 12, 1, 24},
+     [](TestImage &im) { im.colorSpace = LTI_COLORSPACE_RGBA, im.bands = 4; }, {}, kNone, {}, 0,
+     {HandOver::Image}, 100, 600, 12, 1, 24},
     {"a transform without a system hands over an unreferenced warp first",
      [](TestImage &im) { im.geo = LTIGeoCoord(500000.5, 4200000.5, 1.0, -1.0, 0.0, 0.0); }, {},
      kNone, {}, 0, {HandOver::UnreferencedCRS, HandOver::Image}},
     {"the dialog's scale and region are used and saved", kPlain, {}, Answer::Confirmed,
      {{L"Scale", 2}, {L"LRX", 49}, {L"LRY", 99}}, 0, {HandOver::Image}, 25, 50, 9, 2},
-    {"cancelling the dialog hands nothing over", kPlain, {}, Answer::Cancelled, {}, kAbort, {},
-     0, 0, 0, 0, 0},
+    {"cancelled dialog", kPlain, {}, Answer::Cancelled, {}, kAbort, {}, 0, 0, 0, 0, 0},
     {"a file that does not open fails before anything is saved",
      [](TestImage &im) { im.failInitialize = true; }, {}, kNone, {}, 213, {}, 0, 0, 0, 0, 0},
     {"a row failing after others leaves no image with the host",
@@ -119,34 +208,65 @@ TEST_P(Import, HandsOverWhatTheCaseExpects) {
         EXPECT_EQ(value, c.savedFormat);
     }
     EXPECT_EQ(host.dialogsShown, c.answer != kNone ? 1 : 0);
+    if (line == 0) { // one proportion a row received, after the named start
+        EXPECT_EQ(host.progress, (std::vector<std::wstring>{
+                                     L"start", L"Importing SID file import%%s%d.bin", L"end"}));
+        EXPECT_EQ(host.proportions.size(), c.height + 1);
+        EXPECT_EQ(host.proportions.back(), 1.0);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, Import, ::testing::ValuesIn(kCases),
                          [](const auto &info) { return "case" + std::to_string(info.index); });
 
-TEST(ImportProgress, RunsFromZeroToOneAfterTheNamedStart) {
-    TestImage image;
-    image.height = 4;
-    sidtest::TestEngineScope engine(image);
-    plugintest::RecordingManager host;
-    SidImportFilter filter(host);
-    filter.Import(sidtest::Wide(sidtest::WriteScratch("progress.bin", "TEST")), false);
-    EXPECT_EQ(host.progress,
-              (std::vector<std::wstring>{L"start", L"Importing SID file progress.bin", L"end"}));
-    EXPECT_EQ(host.proportions, (std::vector<double>{0.0, 0.25, 0.5, 0.75, 1.0}));
+#if defined(__GNUC__) && !defined(_MSC_VER)
+// Slot of a virtual operation in the Itanium C++ ABI: a member pointer to a virtual function
+// holds 1 + its byte offset in the vtable. The destructor takes slots 0 and 1 there.
+template <class F> size_t Slot(F member) {
+    ptrdiff_t raw = 0;
+    std::memcpy(&raw, &member, sizeof raw);
+    return static_cast<size_t>(raw - 1) / sizeof(void *) - 1;
 }
 
-TEST(ImportFilter, AnswersTheHostsQuestions) {
-    plugintest::RecordingManager host;
-    SidImportFilter filter(host);
-    const shr::CTypeInfo image("plio::TrImage"), crs("plio::TrCRS");
-    EXPECT_TRUE(filter.CanProduce(&image)); // a host's own copy of the id, compared by name
-    EXPECT_FALSE(filter.CanProduce(&crs));
-    EXPECT_FALSE(filter.CanProduce(nullptr));
-    EXPECT_FALSE(filter.CanImportFile(L"/nonexistent/file.sid"));
-    EXPECT_FALSE(filter.CanImportFile(sidtest::Wide(sidtest::WriteScratch("text.txt", "hello"))));
-    sidtest::TestEngineScope engine(TestImage{});
-    EXPECT_TRUE(filter.CanImportFile(sidtest::Wide(sidtest::WriteScratch("any.bin", "TEST"))));
+TEST(FilterInterface, OperationsKeepTheirSlots) {
+    using F = SidImportFilter;
+    // clang-format off
+    const size_t slots[] = {Slot(&F::GetTypeTag), Slot(&F::GetPropertyPages), Slot(&F::SetOptions),
+        Slot(&F::GetOptionsInStringForm), Slot(&F::GetOptionStringDelimiter), Slot(&F::CanProduce),
+        Slot(&F::CanImportFile), Slot(&F::GetFileInfo), Slot(&F::HasDelayedImport),
+        Slot(&F::Import), Slot(&F::ImportFromMemory), Slot(&F::ImportObject)};
+    // clang-format on
+    for (size_t i = 0; i < std::size(slots); ++i)
+        EXPECT_EQ(slots[i], i + 1) << "operation " << i;
+}
+#endif
+
+// The cached bitmap's rows against the reader at full resolution, read out of order with a
+// cache far smaller than the image. Grey goes through the colour transformer.
+TEST(CachedSidBitmap, RowsMatchTheReaderWithinABoundedCache) {
+    for (const auto &[space, bands, readerFormat, expected] :
+         {std::tuple{LTI_COLORSPACE_RGBA, 4, 5, shr::ColorFormatBgra32},
+          std::tuple{LTI_COLORSPACE_GRAYSCALE, 1, 4, shr::ColorFormatBgr24}}) {
+        sidtest::TestImage image;
+        image.width = 1500, image.height = 700, image.colorSpace = space, image.bands = bands;
+        sidtest::TestEngineScope engine(image);
+        const std::wstring file = sidtest::Wide(sidtest::WriteScratch("bitmap.bin", "TEST"));
+        imagelib::CachedSidBitmap bitmap(L"", L"", false);
+        ASSERT_TRUE(bitmap.Open(file, 1, false)) << shr::WtoA(bitmap.GetErrorText());
+        EXPECT_EQ(bitmap.GetColorFormat(), expected);
+        SidInterface reader;
+        reader.SetFormat(readerFormat);
+        ASSERT_TRUE(reader.Open(file));
+        const size_t bytes = shr::RowBytes(expected, 1500);
+        std::vector<uint8_t> ours(bytes), theirs(1500 * 4);
+        for (uint32_t row : {0u, 1u, 255u, 256u, 511u, 699u, 3u}) {
+            ASSERT_TRUE(bitmap.ReadRow(row, ours.data()));
+            ASSERT_TRUE(reader.ReadScanline(row, theirs.data()));
+            EXPECT_EQ(0, std::memcmp(ours.data(), theirs.data(), bytes)) << row;
+            EXPECT_LE(bitmap.GetCachedBlockCount(), 6u); // 1 MiB of 256 × 256 blocks
+        }
+        EXPECT_FALSE(bitmap.ReadRow(700, ours.data()));
+    }
 }
 
 } // namespace

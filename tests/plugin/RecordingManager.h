@@ -1,6 +1,5 @@
 // A host that records what a filter does to it: option writes, progress, the dialog it was
-// asked to answer, and every hand-over in order, for tests of the filter through its manager.
-// Linked images are left to the end-to-end tests.
+// asked to answer, and every hand-over in order. Linked images are left to the end-to-end tests.
 #pragma once
 #include "gcs/GCSDef.h"
 #include "plio/IoManager.h"
@@ -68,7 +67,7 @@ public:
         return std::make_unique<Receiver>(*this);
     }
     void ImportObject(plio::TrBase &object) override {
-        HandOver record{};
+        HandOver record{HandOver::Image};
         if (object.IsA(plio::TrCRS::GetClassTypeId())) {
             const gcs::CSDef *cs = static_cast<plio::TrCRS &>(object).GetCS();
             const bool referenced = cs && cs->GetType() == gcs::CSType::Georeferenced;
@@ -78,7 +77,6 @@ public:
             const plio::ScanlineLayout &layout = image.GetLayout();
             record.width = layout.width, record.height = layout.height;
             record.rowBytes = uint32_t(layout.rowBytes), record.colorFormat = layout.format;
-            record.kind = HandOver::Image;
             if (image.IsComplete())
                 imageTaken_ = true, record.rows = rowsReceived_;
         }
