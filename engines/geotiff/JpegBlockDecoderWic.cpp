@@ -1,7 +1,8 @@
 // JPEG blocks through the Windows Imaging Component's JPEG decoder. WIC reads only whole
 // interchange streams, so each block's abbreviated stream is spliced behind the image's
-// JPEGTables; and since it cannot be told the colour space, an Adobe marker names it for
-// three-component streams (YCbCr converted to RGB, RGB kept as stored).
+// JPEGTables. WIC cannot be told the colour space: libtiff's streams name it by their component
+// IDs (which Wine's codec goes by), and an Adobe marker names it too, for decoders that go by
+// that and streams whose IDs say nothing (YCbCr converted to RGB, RGB kept as stored).
 #include "JpegCodec.h"
 
 #include <windows.h>
