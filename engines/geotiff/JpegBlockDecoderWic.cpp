@@ -109,7 +109,9 @@ public:
         : tables_(std::move(tables)), components_(components), ycbcr_(ycbcr) {}
 
     bool Decode(const JpegBlock &block, std::string &why) override {
-        if (!Splice(block, why) || !Run(block, why)) {
+        if (!Splice(block, why))
+            return false;
+        if (!Run(block, why)) {
             // WIC has no pixel format for two samples, and reads four only as CMYK.
             if (components_ == 2 || components_ == 4)
                 why += " (the Windows JPEG codec may not read " + std::to_string(components_) +
