@@ -1,12 +1,11 @@
 // Strip and tile decoding: compressions none, LZW, Deflate and PackBits, then the predictor.
 #include "TiffDecodeStrip.h"
 
+#include "TiffInflate.h"
 #include "TiffLzw.h"
 #include "TiffPackBits.h"
 #include "TiffPredictor.h"
 #include "TiffTags.h"
-
-#include <zlib.h>
 
 #include <memory>
 #include <new>
@@ -41,13 +40,6 @@ std::unique_ptr<uint8_t[]> ReadCompressed(CTiffReader &reader, uint32_t offset, 
     return bytes;
 }
 
-// zlib's one-shot inflate: a failure or any length but the expected one is bad data (a
-// stream that holds more than the strip does not fit and fails too).
-bool Inflate(const uint8_t *in, uint32_t inSize, unsigned char *out, uint32_t outSize) {
-    uLongf length = outSize;
-    return uncompress(out, &length, in, inSize) == Z_OK && length == outSize;
-}
-
 // Decompresses into `out`; false when the data does not decode to exactly `decodedSize` bytes.
 bool Decompress(uint64_t compression, const uint8_t *in, uint32_t compressedSize,
                 unsigned char *out, uint32_t decodedSize) {
@@ -57,7 +49,7 @@ bool Decompress(uint64_t compression, const uint8_t *in, uint32_t compressedSize
     case kCompressionPackBits:
         return PackBitsDecode({in, compressedSize}, {out, decodedSize});
     default: // Deflate, new and old code
-        return Inflate(in, compressedSize, out, decodedSize);
+        return Inflate({in, compressedSize}, {out, decodedSize});
     }
 }
 

@@ -2,6 +2,7 @@
 # Generates (once) the benchmarks' large georeferenced RGB image (UTM 11N), a texture mosaic:
 #   make_image.sh IMAGE.tif SIZE   tiled LZW GeoTIFF with average overviews 2 to 64
 #   make_image.sh IMAGE.jp2 SIZE   tiled lossless JPEG 2000 with 7 resolutions
+#   make_image.sh IMAGE_cog.tif SIZE   JPEG (YCbCr) Cloud Optimized GeoTIFF with its overviews
 # SIZE is a multiple of 2048.
 set -euo pipefail
 image=${1:?output image (.tif or .jp2)}
@@ -33,6 +34,9 @@ vrt="$data/mosaic_${size}.vrt"
 } >"$vrt"
 georef=(-a_srs EPSG:32611 -a_ullr 500000 4200000 516384 4183616)
 case "$image" in
+*_cog.tif)
+    gdal_translate -q -of COG -co COMPRESS=JPEG -co QUALITY=90 "${georef[@]}" "$vrt" "$image"
+    ;;
 *.jp2)
     gdal_translate -q -of JP2OpenJPEG -co REVERSIBLE=YES -co QUALITY=100 -co RESOLUTIONS=7 \
         -co BLOCKXSIZE=1024 -co BLOCKYSIZE=1024 "${georef[@]}" "$vrt" "$image"

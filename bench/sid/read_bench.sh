@@ -3,20 +3,24 @@
 # image, whole and by region, to the same raw output. Prints wall times (medians of
 # IOSID_BENCH_RUNS alternating runs, default 5), their ratio (ours / GDAL) and both peak
 # resident set sizes.
-# Usage: read_bench.sh IOSID DATA_DIR tif|jp2 [SIZE]   (SIZE defaults to 16384)
-#   tif: tiled LZW pyramid, scales 1, 2, 4 and 8;  jp2: lossless JPEG 2000, scales 1, 4 and 16
+# Usage: read_bench.sh IOSID DATA_DIR tif|jp2|cog [SIZE]   (SIZE defaults to 16384)
+#   tif: tiled LZW pyramid, scales 1, 2, 4 and 8;  jp2: lossless JPEG 2000, scales 1, 4 and 16;
+#   cog: JPEG Cloud Optimized GeoTIFF, scales 1, 4 and 16
 set -euo pipefail
 iosid=${1:?path to the iosid program}
 data=${2:?directory for the generated image and outputs}
-kind=${3:?tif or jp2}
+kind=${3:?tif, jp2 or cog}
 size=${4:-16384}
 runs=${IOSID_BENCH_RUNS:-5}
 here="$(cd "$(dirname "$0")" && pwd)"
 source "$here/../measure.sh"
-image="$data/bench_rgb_${size}.$kind"
+case "$kind" in
+tif | jp2) image="$data/bench_rgb_${size}.$kind" scales=(1 2 4 8) ;;
+cog) image="$data/bench_rgb_${size}_cog.tif" ;;
+*) echo "read_bench: unknown kind '$kind' (tif, jp2 or cog)" >&2 && exit 64 ;;
+esac
+[ "$kind" = tif ] || scales=(1 4 16)
 "$here/make_image.sh" "$image" "$size"
-scales=(1 2 4 8)
-[ "$kind" = jp2 ] && scales=(1 4 16)
 
 half=$((size / 4))
 region_size=$((size / 2))

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Whole-process decoding benchmark (not a test): `iosid tiff-decode IMAGE -o out.raw` against
 # `tiffcp -c none IMAGE out.tif`, as a user runs them, on 4096 x 4096 RGB images written by
-# GDAL from a texture, LZW in strips of 1, 16 and 256 rows and in 256 x 256 tiles, and
-# PackBits in strips of 1 row. Prints median wall times of alternating runs, their ratio and
+# GDAL from a texture, LZW in strips of 1, 16 and 256 rows and in 256 x 256 tiles, PackBits in
+# strips of 1 row, and Deflate in strips of 1 and 16 rows and in tiles. Prints median wall times of alternating runs, their ratio and
 # both peak resident set sizes. Usage: process_bench.sh IOSID DATA_DIR [RUNS]
 set -euo pipefail
 iosid=${1:?path to the iosid program}
@@ -19,7 +19,10 @@ for layout in lzw-strip1:"-co COMPRESS=LZW -co BLOCKYSIZE=1" \
     lzw-strip16:"-co COMPRESS=LZW -co BLOCKYSIZE=16" \
     lzw-strip256:"-co COMPRESS=LZW -co BLOCKYSIZE=256" \
     lzw-tile256:"-co COMPRESS=LZW -co TILED=YES" \
-    packbits-strip1:"-co COMPRESS=PACKBITS -co BLOCKYSIZE=1"; do
+    packbits-strip1:"-co COMPRESS=PACKBITS -co BLOCKYSIZE=1" \
+    deflate-strip1:"-co COMPRESS=DEFLATE -co BLOCKYSIZE=1" \
+    deflate-strip16:"-co COMPRESS=DEFLATE -co BLOCKYSIZE=16" \
+    deflate-tile256:"-co COMPRESS=DEFLATE -co TILED=YES"; do
     name=${layout%%:*}
     image="$data/$name.tif"
     # shellcheck disable=SC2086 # the options are words

@@ -43,8 +43,6 @@ LT_STATUS DescribeGeoTiffImage(tiff::CTiffReader &reader, unsigned directory,
     // Checked first so that the message names the compression.
     const uint64_t compression = dir.GetUInt(tiff::kTagCompression, 1);
     const bool jpeg = compression == kCompressionJpeg;
-    if (jpeg && !HaveJpegDecoder())
-        return Unsupported("Compression 7 (JPEG): this build has no JPEG decoder");
     if (!jpeg && !tiff::IsDecodableCompression(compression))
         return Unsupported("Compression " + std::to_string(compression) +
                            " (only none, LZW, Deflate, PackBits and JPEG are decoded)");

@@ -10,6 +10,8 @@
 #include "Jpeg2000Georef.h"
 #include "Jpeg2000Stream.h"
 
+#include "engines/WorldFile.h"
+
 #include <algorithm>
 #include <new>
 #include <thread>
@@ -102,7 +104,9 @@ LT_STATUS Jpeg2000Engine::initialize(LTIOStreamInf &stream) {
     if (!codec_->open(*bytes_, boxes_.codestreamOffset, boxes_.codestreamLength, threads_))
         return setLastStatus(LTI_STS_CorruptImage, "JPEG 2000 codestream: " + codec_->error());
     LTIGeoCoord geo;
-    if (AddJpeg2000Georeferencing(boxes_, metadata(), geo))
+    const auto *file = dynamic_cast<const LTIFileBacked *>(&stream);
+    if (AddJpeg2000Georeferencing(boxes_, metadata(), geo) ||
+        (file && engines::ReadWorldFile(file->filePath(), geo)))
         setGeoCoord(geo);
     return LT_STS_Success;
 }

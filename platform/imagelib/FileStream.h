@@ -7,7 +7,7 @@
 
 namespace imagelib {
 
-class FileStream : public LizardTech::LTIOStreamInf {
+class FileStream : public LizardTech::LTIOStreamInf, public LizardTech::LTIFileBacked {
 public:
     explicit FileStream(std::wstring path);
     ~FileStream() override;
@@ -25,6 +25,7 @@ public:
     LizardTech::LTIOStreamInf *duplicate() override { return new FileStream(path_); }
     LizardTech::LT_STATUS getLastError() const override { return lastError_; }
     const char *getID() const override { return id_.c_str(); }
+    std::wstring filePath() const override { return path_; }
 
 private:
     std::wstring path_;

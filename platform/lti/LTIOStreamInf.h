@@ -2,6 +2,8 @@
 #pragma once
 #include "LTITypes.h"
 
+#include <string>
+
 namespace LizardTech {
 
 class LTIOStreamInf {
@@ -23,6 +25,14 @@ public:
 
 protected:
     LTIOStreamInf() = default;
+};
+
+// Streams over a named file also say which file, so an engine can find the files that sit
+// beside it (a world file); getID's text is fixed once per process and cannot serve.
+class LTIFileBacked {
+public:
+    virtual ~LTIFileBacked() = default;
+    virtual std::wstring filePath() const = 0;
 };
 
 } // namespace LizardTech

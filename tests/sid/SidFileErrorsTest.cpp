@@ -94,13 +94,11 @@ Bytes OneRow(uint32_t width, uint16_t samples, uint16_t compression, size_t stor
     return b.Strip(Bytes(stored, 0x80)).Build();
 }
 
-#ifdef IOSID_HAVE_JPEG
 // An 8 x 8 JPEG-compressed image of the given layout.
 Bytes JpegTiff(uint16_t samples, uint16_t bits, uint16_t photometric) {
     StripTiff b(8, 8, samples, bits, photometric, 8);
     return b.Short(259, {7}).Strip(Bytes(64, 0)).Build();
 }
-#endif
 
 struct OpenCase {
     const char *name;
@@ -141,14 +139,9 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
         {"jpeg2000-in-tiff.tif", Text(GreyTiff(34712, Ramp(64))),
          "the image uses a layout this reader does not support: Compression 34712 (only none, "
          "LZW, Deflate, PackBits and JPEG are decoded)"},
-#ifndef IOSID_HAVE_JPEG // the native build decodes JPEG (GdalPixelsTest)
-        {"jpeg.tif", Text(GreyTiff(7, Ramp(64))),
-         "the image uses a layout this reader does not support: Compression 7 (JPEG): this "
-         "build has no JPEG decoder"},
-#else // only 8-bit chunky grey or RGB with up to four samples, or YCbCr
+        // JPEG: only 8-bit chunky grey or RGB with up to four samples, or YCbCr
         {"jpeg12.tif", Text(JpegTiff(1, 12, 1)), "...JPEG with 12-bit samples (only 8-bit are"},
         {"jpeg_cmyk.tif", Text(JpegTiff(4, 8, 5)), "...JPEG with Photometric 5 and 4 samples"},
-#endif
 #ifdef IOSID_HAVE_JPEG2000
         {"good.j2k", good, ""}, // the builder's untouched header: the refusals are the changes
         {"huge_tile.j2k", Codestream(0x7FFFFFFF, 0x7FFFFFFF), "...too many code-blocks to decode"},
@@ -181,17 +174,16 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
 struct ReadCase {
     const char *name;
     std::string bytes;
-    std::wstring status; // the TIFF library's status code at the end of the text
+    std::wstring status; // the TIFF library's status code, and the decoder's reason if any
 };
 
 TEST(SidFileErrors, DataFailuresAppearWhenTheirStripIsRead) {
     const std::string whole = Text(GreyTiff(1, Ramp(64), 4)); // two strips of four rows
     const ReadCase cases[] = {
         {"cut_data.tif", whole.substr(0, whole.size() - 10), L"status -3"},
-#ifdef IOSID_HAVE_JPEG
+        // Each codec's own words follow the prefix.
         {"bad_jpeg.tif", Text(GreyTiff(7, std::string(64, 'U'))),
-         L"status -5 (JPEG block: Not a JPEG file: starts with 0x55 0x55)"},
-#endif
+         L"status -5 (JPEG block: Not a JPEG file"},
     };
     const std::wstring reason = L"decoding the image data failed: rows 0 to 7 of the "
                                 L"full-resolution image: Subsystems/TiffImage/";
@@ -202,7 +194,7 @@ TEST(SidFileErrors, DataFailuresAppearWhenTheirStripIsRead) {
         EXPECT_FALSE(reader.ReadScanline(0, row.data())) << c.name;
         const std::wstring text = reader.GetErrorText();
         EXPECT_EQ(text.rfind(kReadFailed + kReported + reason, 0), 0u) << shr::WtoA(text);
-        EXPECT_EQ(text.substr(text.size() - c.status.size()), c.status) << shr::WtoA(text);
+        EXPECT_NE(text.find(c.status, kReadFailed.size()), std::wstring::npos) << shr::WtoA(text);
     }
 }
 

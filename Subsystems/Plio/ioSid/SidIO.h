@@ -6,7 +6,7 @@
 
 #include <string>
 
-class SidIO : public LizardTech::LTIOStreamInf {
+class SidIO : public LizardTech::LTIOStreamInf, public LizardTech::LTIFileBacked {
 public:
     // Status of an open asked while the file is already open.
     static constexpr LizardTech::LT_STATUS kAlreadyOpen = 145012;
@@ -33,6 +33,7 @@ public:
     // The path of the first stream of the process asked for its id: the identity is fixed
     // once, on first use, and shared by every stream.
     const char *getID() const override;
+    std::wstring filePath() const override { return path; }
 
 private:
     std::wstring path;
