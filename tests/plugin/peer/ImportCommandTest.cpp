@@ -162,6 +162,23 @@ TEST(ImportCommandFailures, StatusMessageAndNoOutput) {
     }
 }
 
+// Ctrl-C while decoding: exit 130, and neither the output nor its temporary file is left.
+TEST(ImportCommandCancel, CtrlCStopsTheImportAndLeavesNothing) {
+    const std::string big = Make("imp_big", 4000, 3000, 3, "-co COMPRESS=DEFLATE", "").path;
+    ASSERT_FALSE(big.empty());
+    const std::string dir = ScratchPath("imp_cancel");
+    RunQuiet("rm -rf " + dir + " && mkdir -p " + dir);
+    const std::string script =
+        Iosid("import " + big + " -o " + dir + "/out.raw --quiet --settings " + dir + "/s.json 2>" +
+              dir + "/err.txt") +
+        " & pid=$!; for i in $(seq 1 1000); do ls " + dir +
+        "/.out.raw.tmp-* >/dev/null 2>&1 && break; sleep 0.005; done; kill -INT $pid; "
+        "wait $pid; echo $?";
+    EXPECT_EQ(RunCommand("bash -c '" + script + "'"), "130\n");
+    EXPECT_NE(ReadFile(dir + "/err.txt").find("cancelled"), std::string::npos);
+    EXPECT_EQ(RunCommand("ls -A " + dir + " | grep out"), "");
+}
+
 // Every file that opens reports the reader's default 24-bit output, alpha or not; the sizes
 // are numbers, the rest text.
 TEST(InfoCommand, TableFromThePluginLoadedByPath) {
