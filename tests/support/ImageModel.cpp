@@ -41,8 +41,7 @@ Bytes ImageModel::Build() const {
                     for (uint32_t s = 0; s < spp; ++s)
                         PutSample(raw, r * rowBytes * 8 + (uint64_t{c} * spp + s) * bps,
                                   Value(x0 + c, y0 + r, s, bps), bps);
-            chunks.push_back(compression == 5       ? LzwEncode(raw)
-                             : compression == 8     ? DeflateEncode(raw)
+            chunks.push_back(compression == 8       ? DeflateEncode(raw)
                              : compression == 32773 ? PackBitsEncode(raw)
                                                     : raw);
         }
