@@ -42,9 +42,9 @@ int CodeOf(const PJ *object) {
 double FirstAxisFactor(const PJ *crs) {
     PjPtr cs(proj_crs_get_coordinate_system(Context(), crs));
     double factor = 0.0;
-    if (!cs || !proj_cs_get_axis_info(Context(), cs.get(), 0, nullptr, nullptr, nullptr, &factor,
-                                      nullptr, nullptr, nullptr))
-        return 0.0;
+    if (cs)
+        proj_cs_get_axis_info(Context(), cs.get(), 0, nullptr, nullptr, nullptr, &factor, nullptr,
+                              nullptr, nullptr);
     return factor;
 }
 
