@@ -34,20 +34,6 @@ Bytes DeflateEncode(std::span<const uint8_t> data) {
     return out;
 }
 
-void DifferenceRow(uint8_t *row, size_t pixels, size_t samples, size_t bytesPerSample,
-                   bool bigEndian) {
-    const auto byte = [&](size_t sample, size_t b) -> uint8_t & {
-        return row[sample * bytesPerSample + (bigEndian ? bytesPerSample - 1 - b : b)];
-    };
-    // From the last sample back, subtracting byte by byte from the least significant.
-    for (size_t i = pixels * samples; i-- > samples;)
-        for (size_t b = 0, borrow = 0; b < bytesPerSample; ++b) {
-            const size_t d = byte(i, b) - byte(i - samples, b) - borrow;
-            byte(i, b) = static_cast<uint8_t>(d);
-            borrow = d >> 8 & 1;
-        }
-}
-
 // The old-style (pre-TIFF 6.0) streams grow one code later and pack bits from the low end.
 LzwCodeWriter &LzwCodeWriter::Put(uint32_t code) {
     if (old_) {

@@ -1,5 +1,5 @@
-// Test-side encoders for image data: PackBits, Deflate, LZW (either bit order, explicit code
-// streams), and the horizontal predictor.
+// Test-side encoders for image data: PackBits, Deflate and explicit LZW code streams in either
+// bit order.
 #pragma once
 #include <cstdint>
 #include <initializer_list>
@@ -12,9 +12,6 @@ using Bytes = std::vector<unsigned char>;
 
 Bytes PackBitsEncode(std::span<const uint8_t> data);
 Bytes DeflateEncode(std::span<const uint8_t> data);
-// Horizontal differencing of one row of `bytesPerSample`-byte samples in the given byte order.
-void DifferenceRow(uint8_t *row, size_t pixels, size_t samples, size_t bytesPerSample,
-                   bool bigEndian);
 
 constexpr uint32_t kLzwClear = 256;
 constexpr uint32_t kLzwEoi = 257;
