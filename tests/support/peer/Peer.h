@@ -66,8 +66,6 @@ struct Raster {
 // Copies one sample of `bits` bits (whole bytes when a multiple of 8 and aligned).
 void CopySample(const unsigned char *src, uint64_t srcBit, unsigned char *dst, uint64_t dstBit,
                 unsigned bits);
-// The window (x, y, w, h) of a raster, cut sample by sample.
-Raster Crop(const Raster &r, uint32_t x, uint32_t y, uint32_t w, uint32_t h);
 // Largest absolute difference between bytes of two rasters; -1 when shapes differ.
 int MaxDifference(const Raster &a, const Raster &b);
 

@@ -179,17 +179,6 @@ void CopySample(const unsigned char *src, uint64_t srcBit, unsigned char *dst, u
     }
 }
 
-Raster Crop(const Raster &r, uint32_t x, uint32_t y, uint32_t w, uint32_t h) {
-    Raster out{0, 0, r.spp, r.bps, {}, {}};
-    out.Allocate(w, h);
-    for (uint32_t row = 0; row < h; ++row)
-        for (uint32_t col = 0; col < w; ++col)
-            for (uint32_t s = 0; s < r.spp; ++s)
-                CopySample(r.bytes.data(), r.SampleBit(x + col, y + row, s), out.bytes.data(),
-                           out.SampleBit(col, row, s), r.bps);
-    return out;
-}
-
 int MaxDifference(const Raster &a, const Raster &b) {
     if (a.width != b.width || a.height != b.height || a.spp != b.spp ||
         a.bytes.size() != b.bytes.size())
