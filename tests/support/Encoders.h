@@ -1,5 +1,5 @@
-// Test-side encoders for image data: PackBits, Deflate, LZW (either bit order, explicit code
-// streams), and the horizontal predictor.
+// Test-side encoders for image data: PackBits, Deflate and explicit LZW code streams in either
+// bit order.
 #pragma once
 #include <cstdint>
 #include <initializer_list>
@@ -13,10 +13,6 @@ using Bytes = std::vector<unsigned char>;
 Bytes PackBitsEncode(std::span<const uint8_t> data);
 Bytes DeflateEncode(std::span<const uint8_t> data);
 
-// Horizontal differencing of one row of `bytesPerSample`-byte samples in the given byte order.
-void DifferenceRow(uint8_t *row, size_t pixels, size_t samples, size_t bytesPerSample,
-                   bool bigEndian);
-
 constexpr uint32_t kLzwClear = 256;
 constexpr uint32_t kLzwEoi = 257;
 
@@ -24,31 +20,18 @@ constexpr uint32_t kLzwEoi = 257;
 // table: every code but the first after a clear defines an entry.
 class LzwCodeWriter {
 public:
-    explicit LzwCodeWriter(bool oldStyle) : old_(oldStyle) { Reset(); }
+    explicit LzwCodeWriter(bool oldStyle) : old_(oldStyle) {}
     LzwCodeWriter &Put(uint32_t code);
     LzwCodeWriter &Put(std::initializer_list<uint32_t> codes);
     Bytes Finish();
 
 private:
-    void Reset();
-    void Write(uint32_t code, uint32_t width);
-
     bool old_;
     uint64_t acc_ = 0;
     uint32_t bits_ = 0;
     Bytes bytes_;
-    uint32_t width_ = 9;
-    uint32_t nextFree_ = 258;
-    uint32_t growth_ = 510;
+    uint32_t width_ = 9, nextFree_ = 258;
     bool afterClear_ = true;
 };
-
-struct LzwEncodeOptions {
-    bool oldStyle = false;
-    // Clear the table once it holds this many entries (libtiff clears at 4094); 0 never clears
-    // and stops adding entries at 4095.
-    uint32_t clearAt = 4094;
-};
-Bytes LzwEncode(std::span<const uint8_t> data, LzwEncodeOptions opt = {});
 
 } // namespace testsupport

@@ -1,5 +1,5 @@
 // A synthetic image for loader tests: every sample's value is a function of its position,
-// written into strips or tiles (uncompressed, PackBits, Deflate or LZW) of a little-endian TIFF
+// written into strips or tiles (uncompressed, PackBits or Deflate) of a little-endian TIFF
 // built in memory, and expected back in the loader's output layout.
 #pragma once
 #include "TiffWriter.h"
@@ -15,7 +15,7 @@ struct ImageModel {
     uint32_t height = 21;
     uint16_t spp = 1;
     uint16_t bps = 8;
-    uint16_t compression = 1; // 1, 5, 8 or 32773
+    uint16_t compression = 1; // 1, 8 or 32773
     bool tiled = false;
     uint32_t chunkWidth = 16; // tiles only
     uint32_t chunkHeight = 3; // tile length or rows per strip

@@ -4,9 +4,9 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <limits>
 
@@ -22,12 +22,6 @@ size_t TypeSize(uint16_t type) {
 }
 
 } // namespace
-
-void Directory::Remove(uint16_t tag) {
-    std::erase_if(entries, [&](const Entry &e) { return e.tag == tag; });
-}
-
-Directory &TiffWriter::AddDirectory() { return dirs_.emplace_back(); }
 
 Entry &TiffWriter::Add(Directory &d, uint16_t tag, uint16_t type, uint64_t count) {
     Entry &e = d.entries.emplace_back();
@@ -62,21 +56,15 @@ Entry &TiffWriter::AddRationals(Directory &d, uint16_t tag, uint16_t type,
 }
 
 Entry &TiffWriter::AddDoubles(Directory &d, uint16_t tag, const std::vector<double> &values) {
-    Entry &e = Add(d, tag, kDouble, values.size());
-    for (double v : values) {
-        uint64_t bits;
-        std::memcpy(&bits, &v, 8);
-        Put(e.data, bits, 8);
-    }
-    return e;
+    std::vector<uint64_t> bits(values.size());
+    std::memcpy(bits.data(), values.data(), 8 * values.size());
+    return AddUInts(d, tag, kDouble, bits);
 }
 
 Entry &TiffWriter::AddAscii(Directory &d, uint16_t tag, const std::string &text, uint16_t type,
                             bool withNul) {
     Entry &e = Add(d, tag, type, text.size() + (withNul ? 1 : 0));
-    e.data.assign(text.begin(), text.end());
-    if (withNul)
-        e.data.push_back(0);
+    e.data.assign(text.c_str(), text.c_str() + e.count);
     return e;
 }
 
@@ -113,25 +101,24 @@ void TiffWriter::AddGeoKeys(Directory &d, const std::vector<GeoKey> &keys) {
 }
 
 void TiffWriter::Put(Bytes &out, uint64_t v, size_t size) const {
-    for (size_t i = 0; i < size; ++i)
-        out.push_back(static_cast<unsigned char>(v >> (bigEndian_ ? (size - 1 - i) * 8 : i * 8)));
+    out.resize(out.size() + size);
+    Patch(out, out.size() - size, v, size);
 }
 
 void TiffWriter::Patch(Bytes &out, size_t pos, uint64_t v, size_t size) const {
-    Bytes bytes;
-    Put(bytes, v, size);
-    std::memcpy(out.data() + pos, bytes.data(), bytes.size());
+    for (size_t i = 0; i < size; ++i)
+        out[pos + i] = static_cast<unsigned char>(v >> (bigEndian_ ? (size - 1 - i) * 8 : i * 8));
 }
 
 // Layout: header, data (unless last), each directory followed by its out-of-line values.
 Bytes TiffWriter::Build() const {
-    Bytes out = {static_cast<unsigned char>(bigEndian_ ? 'M' : 'I'),
-                 static_cast<unsigned char>(bigEndian_ ? 'M' : 'I')};
+    const size_t offsetSize = bigTiff_ ? 8 : 4;
+    Bytes out(2, bigEndian_ ? 'M' : 'I');
     Put(out, version_ ? version_ : (bigTiff_ ? 43 : 42), 2);
     if (bigTiff_)
         Put(out, 8, 4); // offset size 8, then a zero
     const size_t firstPos = out.size();
-    Put(out, 0, OffsetSize());
+    Put(out, 0, offsetSize);
     std::vector<uint64_t> blobAt;
     const auto writeBlobs = [&] {
         for (const Bytes &blob : blobs_) {
@@ -155,24 +142,24 @@ Bytes TiffWriter::Build() const {
             Put(out, e.tag, 2);
             Put(out, e.type, 2);
             Put(out, e.count, bigTiff_ ? 8 : 4);
-            Put(out, 0, OffsetSize());
+            Put(out, 0, offsetSize);
         }
         nextPos.push_back(out.size());
-        Put(out, 0, OffsetSize());
+        Put(out, 0, offsetSize);
         for (size_t i = 0; i < d.entries.size(); ++i) {
             const Entry &e = d.entries[i];
             const size_t field = fields + i * entrySize;
             size_t valuePos = field;
             if (e.overrideField) {
-                Patch(out, field, e.field, OffsetSize());
+                Patch(out, field, e.field, offsetSize);
                 continue;
             }
-            if (e.data.size() <= OffsetSize()) {
+            if (e.data.size() <= offsetSize) {
                 std::memcpy(out.data() + field, e.data.data(), e.data.size());
             } else {
                 out.resize(out.size() + out.size() % 2, 0);
                 valuePos = out.size();
-                Patch(out, field, valuePos, OffsetSize());
+                Patch(out, field, valuePos, offsetSize);
                 out.insert(out.end(), e.data.begin(), e.data.end());
             }
             const size_t size = TypeSize(e.type);
@@ -183,10 +170,10 @@ Bytes TiffWriter::Build() const {
     if (dataLast_)
         writeBlobs();
     const uint64_t first = dirs_.empty() ? 0 : dirAt[0];
-    Patch(out, firstPos, firstIfd_.first ? firstIfd_.second : first, OffsetSize());
+    Patch(out, firstPos, firstIfd_.first ? firstIfd_.second : first, offsetSize);
     for (size_t i = 0; i < dirs_.size(); ++i) {
         const uint64_t next = i + 1 < dirs_.size() ? dirAt[i + 1] : 0;
-        Patch(out, nextPos[i], dirs_[i].overrideNext ? dirs_[i].next : next, OffsetSize());
+        Patch(out, nextPos[i], dirs_[i].overrideNext ? dirs_[i].next : next, offsetSize);
     }
     for (const auto &[pos, size, blob] : pending)
         Patch(out, pos, blob == kSparse ? 0 : blobAt[blob], size);
@@ -196,7 +183,7 @@ Bytes TiffWriter::Build() const {
 std::string ScratchPath(const std::string &name) {
     // One folder per test program, so that programs run side by side never share a file.
 #ifdef __GLIBC__
-    const std::string dir = std::string(IOSID_SCRATCH_DIR) + "/" + program_invocation_short_name;
+    const std::string dir = IOSID_SCRATCH_DIR "/" + std::string(program_invocation_short_name);
 #else
     const std::string dir = IOSID_SCRATCH_DIR;
 #endif
@@ -206,11 +193,9 @@ std::string ScratchPath(const std::string &name) {
 
 std::string WriteScratch(const std::string &name, const Bytes &bytes) {
     const std::string path = ScratchPath(name);
-    if (FILE *f = std::fopen(path.c_str(), "wb")) {
-        if (!bytes.empty())
-            std::fwrite(bytes.data(), 1, bytes.size(), f);
-        std::fclose(f);
-    }
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char *>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
     return path;
 }
 

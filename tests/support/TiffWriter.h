@@ -14,13 +14,12 @@ using Bytes = std::vector<unsigned char>;
 enum : uint16_t { kByte = 1, kAscii = 2, kShort = 3, kLong = 4, kDouble = 12 };
 
 struct Entry {
-    uint16_t tag = 0;
-    uint16_t type = 0;
+    uint16_t tag = 0, type = 0;
     uint64_t count = 0;
     Bytes data;                 // values in the file's byte order
     bool overrideField = false; // write `field` instead of the values or their offset
     uint64_t field = 0;
-    std::vector<size_t> blobs;  // values are the offsets of these blobs
+    std::vector<size_t> blobs; // values are the offsets of these blobs
 };
 
 struct Directory {
@@ -30,7 +29,9 @@ struct Directory {
     bool overrideCount = false; // write `count` as the entry count
     uint64_t count = 0;
 
-    void Remove(uint16_t tag);
+    void Remove(uint16_t tag) {
+        std::erase_if(entries, [&](auto &e) { return e.tag == tag; });
+    }
 };
 
 // One GeoKey directory entry: key id, location (0, 34736 or 34737), count, value or index.
@@ -43,12 +44,11 @@ public:
     explicit TiffWriter(bool bigEndian = false, bool bigTiff = false)
         : bigEndian_(bigEndian), bigTiff_(bigTiff) {}
 
-    Directory &AddDirectory();
+    Directory &AddDirectory() { return dirs_.emplace_back(); }
     Directory &Dir(size_t i) { return dirs_[i]; }
     void SetVersion(uint16_t version) { version_ = version; }
     void SetFirstIfd(uint64_t offset) { firstIfd_ = {true, offset}; }
-    // Image data after the directories instead of before them, so that cutting the file short
-    // loses pixels, not tags.
+    // Image data after the directories, so that cutting the file short loses pixels, not tags.
     void SetDataLast(bool last) { dataLast_ = last; }
 
     Entry &AddUInts(Directory &d, uint16_t tag, uint16_t type, const std::vector<uint64_t> &values);
@@ -62,13 +62,10 @@ public:
     Entry &AddRaw(Directory &d, uint16_t tag, uint16_t type, uint64_t count, uint64_t field);
     // Replaces the values of an entry already in the directory, or adds it.
     Entry &SetUInts(Directory &d, uint16_t tag, uint16_t type, const std::vector<uint64_t> &values);
-
-    // Strips (273/279) or tiles (324/325) holding these bytes; an empty chunk is written as
-    // offset 0, count 0 (sparse).
+    // Strips (273/279) or tiles (324/325) of these bytes; an empty chunk is offset 0, count 0.
     void AddChunks(Directory &d, const std::vector<Bytes> &chunks, bool tiled);
     // Bytes placed before the directories (or after, see SetDataLast); returns their index.
     size_t AddBlob(const Bytes &bytes);
-
     // A GeoKey directory with the header {1, 1, 0, count}.
     void AddGeoKeys(Directory &d, const std::vector<GeoKey> &keys);
 
@@ -78,10 +75,8 @@ private:
     Entry &Add(Directory &d, uint16_t tag, uint16_t type, uint64_t count);
     void Put(Bytes &out, uint64_t v, size_t size) const;
     void Patch(Bytes &out, size_t pos, uint64_t v, size_t size) const;
-    size_t OffsetSize() const { return bigTiff_ ? 8 : 4; }
 
-    bool bigEndian_;
-    bool bigTiff_;
+    bool bigEndian_, bigTiff_;
     bool dataLast_ = false;
     uint16_t version_ = 0;
     std::pair<bool, uint64_t> firstIfd_{false, 0};

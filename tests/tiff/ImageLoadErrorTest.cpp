@@ -45,28 +45,15 @@ struct ErrorCase {
 };
 
 const ErrorCase kCases[] = {
-    {"width 0", 1, false, Set(256, {0}), false, -5, L"TiffImageInfo"},
-    {"no height", 1, false, Remove(257), false, -5, L"TiffImageInfo"},
-    {"bits 0", 1, false, Set(258, {0}), false, -5, L"TiffImageInfo"},
     {"bits 65", 1, false, Set(258, {65}), false, -5, L"TiffImageInfo"},
-    {"samples 0", 1, false, Set(277, {0}), false, -5, L"TiffImageInfo"},
-    {"mixed sample sizes", 1, false, All({Set(277, {3}), Set(258, {8, 8, 16})}), false, -6,
-     L"TiffImageInfo"},
-    {"planar configuration 3", 1, false, Set(284, {3}), false, -5, L"TiffImageInfo"},
-    {"tile width without length", 1, true, Remove(323), false, -5, L"TiffImageInfo"},
-    {"rows per strip 0", 1, false, Set(278, {0}, 4), false, -5, L"TiffImageInfo"},
     {"subsampled YCbCr without JPEG", 1, false, Set(262, {6}), false, -6, L"TiffImageInfo"},
     {"reversed fill order under Deflate", 8, false, Set(266, {2}), false, -6, L"TiffImageLoad"},
     {"too few strip offsets", 1, false, Set(273, {8, 8}, 4), false, -5, L"TiffChunkGrid"},
-    {"too few byte counts", 1, false, Set(279, {8, 8}, 4), false, -5, L"TiffChunkGrid"},
     {"Deflate without byte counts", 8, false, Remove(279), false, -5, L"TiffChunkGrid"},
-    {"tile of 16 GiB", 1, true,
-     All({Set(322, {65536}, 4), Set(323, {65536}, 4), Set(258, {32})}), false, -4,
-     L"TiffChunkGrid"},
+    {"tile of 16 GiB", 1, true, All({Set(322, {65536}, 4), Set(323, {65536}, 4), Set(258, {32})}),
+     false, -4, L"TiffChunkGrid"},
     {"strip offset past the end", 1, false, Set(273, {8, 8, 8, 8, 8, 8, 100000}, 4), true, -3,
      L"TiffChunkGrid"},
-    {"uncompressed strip too short", 1, false, Set(279, {111, 111, 111, 50, 111, 111, 111}, 4),
-     true, -5, L"TiffChunkGrid"},
     {"PackBits strip too short for its rows", 32773, false, TwoByteRows(4225), true, -5,
      L"TiffChunkGrid"},
     {"PackBits strip that may hold its rows", 32773, false, TwoByteRows(4224), true, -5,
@@ -94,19 +81,16 @@ TEST(LoadErrors, RecordTheStatus) {
     }
 }
 
-TEST(LoadErrors, CallerMistakes) {
+// Windows must lie inside the image, sums of offset and size included.
+TEST(LoadErrors, WindowsOutsideTheImage) {
     ImageModel m;
     CTiffReader reader;
     TiffImageLoader loader(reader);
-    EXPECT_FALSE(loader.Open(0)); // the reader has no file
-    EXPECT_EQ(reader.Error().code, -7);
     ASSERT_TRUE(reader.Open(tiff::MakeMemorySource(m.Build()), L"m"));
-    Bytes buffer(2000);
-    EXPECT_FALSE(loader.ReadWindow(0, 0, 1, 1, buffer.data()));
-    EXPECT_EQ(reader.Error().code, -7);
     EXPECT_FALSE(loader.Open(1)); // no such directory
     EXPECT_EQ(reader.Error().code, -1);
     ASSERT_TRUE(loader.Open(0));
+    Bytes buffer(2000);
     struct Box {
         uint32_t x, y, w, h;
     } outside[] = {{30, 0, 8, 1}, {0, 20, 1, 2}, {38, 0, 0, 0}, {1, 1, 0xFFFFFFFF, 1}};
@@ -114,26 +98,22 @@ TEST(LoadErrors, CallerMistakes) {
         EXPECT_FALSE(loader.ReadWindow(b.x, b.y, b.w, b.h, buffer.data()));
         EXPECT_EQ(reader.Error().code, -1);
     }
-    EXPECT_FALSE(loader.ReadWindow(0, 0, 37, 2, buffer.data(), 36)); // stride below a row
-    EXPECT_FALSE(loader.ReadWindow(0, 0, 1, 1, nullptr));
     EXPECT_TRUE(loader.ReadWindow(37, 21, 0, 0, buffer.data())); // empty window at the corner
 }
 
 // A list tag of an unknown type, whose values were never loaded, reads as holding none,
 // whatever count it claims.
 TEST(LoadErrors, ListTagsClaimingMoreValuesThanHeldReadAsEmpty) {
-    for (uint16_t type : {99, 0}) {
-        ImageModel m;
-        m.edit = [&](TiffWriter &b, Directory &d) { b.AddRaw(d, 338, type, 0xFFFFFFFF, 8); };
-        CTiffReader reader;
-        ASSERT_TRUE(reader.Open(tiff::MakeMemorySource(m.Build()), L"m")) << type;
-        TiffImageLoader loader(reader);
-        ASSERT_TRUE(loader.Open(0)) << type;
-        EXPECT_TRUE(loader.Info().extraSamples.empty()) << type;
-        Bytes image(37 * 21);
-        ASSERT_TRUE(loader.ReadImage(image.data()));
-        EXPECT_EQ(image, m.Expected(0, 0, 37, 21));
-    }
+    ImageModel m;
+    m.edit = [&](TiffWriter &b, Directory &d) { b.AddRaw(d, 338, 99, 0xFFFFFFFF, 8); };
+    CTiffReader reader;
+    ASSERT_TRUE(reader.Open(tiff::MakeMemorySource(m.Build()), L"m"));
+    TiffImageLoader loader(reader);
+    ASSERT_TRUE(loader.Open(0));
+    EXPECT_TRUE(loader.Info().extraSamples.empty());
+    Bytes image(37 * 21);
+    ASSERT_TRUE(loader.ReadImage(image.data()));
+    EXPECT_EQ(image, m.Expected(0, 0, 37, 21));
 }
 
 } // namespace

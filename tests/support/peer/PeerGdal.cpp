@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
@@ -13,86 +14,53 @@ namespace peer {
 namespace {
 
 nlohmann::json GdalJson(const std::string &arguments) {
-    bool ok = false;
-    const std::string out = RunCommand("gdalinfo -json " + arguments + " 2>/dev/null", &ok);
-    return ok ? nlohmann::json::parse(out, nullptr, false) : nlohmann::json();
+    const CommandResult run = Run("gdalinfo -json " + arguments);
+    return run.status == 0 ? nlohmann::json::parse(run.out, nullptr, false) : nlohmann::json();
 }
 
-// gdalinfo's name of a band's data type to its bits.
+// gdalinfo's name of a band's data type to its bits: Byte, UInt16, Float32...
 uint16_t TypeBits(const std::string &type) {
-    if (type.find("64") != std::string::npos)
-        return 64;
-    if (type.find("32") != std::string::npos)
-        return 32;
-    return type.find("16") != std::string::npos ? 16 : 8;
+    const size_t digits = type.find_first_of("123456789");
+    return digits == std::string::npos ? 8 : static_cast<uint16_t>(std::stoi(type.substr(digits)));
 }
 
-class WktReader {
-public:
-    explicit WktReader(const std::string &text) : text_(text) {}
-
-    bool Node(WktNode &node) {
-        Skip();
-        while (pos_ < text_.size() && (std::isalnum(Peek()) || Peek() == '_'))
-            node.keyword.push_back(text_[pos_++]);
-        Skip();
-        if (node.keyword.empty() || (Peek() != '[' && Peek() != '('))
-            return false;
-        ++pos_;
-        for (;;) {
-            Skip();
-            if (Peek() == '"') {
-                node.values.push_back(Quoted());
-            } else if (std::isalpha(Peek())) {
-                const size_t start = pos_;
-                WktNode child;
-                if (Node(child)) {
-                    node.children.push_back(child);
-                } else { // a bare word such as EAST
-                    pos_ = start;
-                    node.values.push_back(Word());
-                }
-            } else {
-                node.values.push_back(Word());
-            }
-            Skip();
-            if (Peek() == ',') {
-                ++pos_;
-                continue;
-            }
-            if (Peek() == ']' || Peek() == ')') {
-                ++pos_;
-                return true;
-            }
-            return false;
+// KEYWORD[value, "text", CHILD[...], ...], with [] or (), from `pos`.
+bool ParseNode(const std::string &text, size_t &pos, WktNode &node) {
+    const auto peek = [&] { return pos < text.size() ? text[pos] : '\0'; };
+    const auto skip = [&] {
+        while (std::isspace(static_cast<unsigned char>(peek())))
+            ++pos;
+    };
+    skip();
+    while (std::isalnum(static_cast<unsigned char>(peek())) || peek() == '_')
+        node.keyword.push_back(text[pos++]);
+    skip();
+    if (node.keyword.empty() || (peek() != '[' && peek() != '('))
+        return false;
+    for (++pos;; ++pos) { // past the bracket, then past each comma
+        skip();
+        const size_t start = pos;
+        WktNode child;
+        if (peek() == '"') {
+            const size_t end = std::min(text.find('"', start + 1), text.size());
+            node.values.push_back(text.substr(start + 1, end - start - 1));
+            pos = end + 1;
+        } else if (std::isalpha(static_cast<unsigned char>(peek())) &&
+                   ParseNode(text, pos, child)) {
+            node.children.push_back(std::move(child));
+        } else { // a number or a bare word such as EAST
+            pos = std::min(text.find_first_of(",])", start), text.size());
+            node.values.push_back(text.substr(start, pos - start));
         }
+        skip();
+        if (peek() != ',')
+            break;
     }
-
-private:
-    char Peek() const { return pos_ < text_.size() ? text_[pos_] : '\0'; }
-    void Skip() {
-        while (pos_ < text_.size() && std::isspace(static_cast<unsigned char>(text_[pos_])))
-            ++pos_;
-    }
-    std::string Quoted() {
-        std::string value;
-        ++pos_;
-        while (pos_ < text_.size() && text_[pos_] != '"')
-            value.push_back(text_[pos_++]);
-        ++pos_;
-        return value;
-    }
-    std::string Word() {
-        std::string value;
-        while (pos_ < text_.size() && text_[pos_] != ',' && text_[pos_] != ']' &&
-               text_[pos_] != ')')
-            value.push_back(text_[pos_++]);
-        return value;
-    }
-
-    const std::string &text_;
-    size_t pos_ = 0;
-};
+    if (peek() != ']' && peek() != ')')
+        return false;
+    ++pos;
+    return true;
+}
 
 } // namespace
 
@@ -179,13 +147,15 @@ bool ReadGdalInfo(const std::string &path, GdalInfo &info, std::string &error) {
     return true;
 }
 
-bool ParseWkt(const std::string &text, WktNode &root) { return WktReader(text).Node(root); }
+bool ParseWkt(const std::string &text, WktNode &root) {
+    size_t pos = 0;
+    return ParseNode(text, pos, root);
+}
 
 const WktNode *WktNode::Child(const std::string &name) const {
-    for (const WktNode &child : children) {
+    for (const WktNode &child : children)
         if (child.keyword == name)
             return &child;
-    }
     return nullptr;
 }
 
@@ -195,10 +165,9 @@ double WktNode::Number(size_t index) const {
 
 std::map<std::string, double> WktNode::Parameters() const {
     std::map<std::string, double> parameters;
-    for (const WktNode &child : children) {
+    for (const WktNode &child : children)
         if (child.keyword == "PARAMETER" && !child.values.empty())
             parameters[child.values[0]] = child.Number(1);
-    }
     return parameters;
 }
 

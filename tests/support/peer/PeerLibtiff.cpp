@@ -1,6 +1,5 @@
 // libtiff's side of the peer comparisons: decoding into the loader's layout, tag values, and
-// writing test images. (libtiff's `struct tiff` and our namespace `tiff` cannot meet in one
-// translation unit.)
+// writing test images. (libtiff's `struct tiff` and our namespace `tiff` cannot meet in one file.)
 #include "Peer.h"
 
 #include <tiffio.h>
@@ -21,12 +20,8 @@ void RememberMessage(const char *module, const char *fmt, va_list ap) {
     g_lastMessage = std::string(module ? module : "") + ": " + buf;
 }
 
-struct Handlers {
-    Handlers() {
-        TIFFSetErrorHandler(RememberMessage);
-        TIFFSetWarningHandler(nullptr);
-    }
-} g_handlers;
+const bool g_handlersSet =
+    (TIFFSetErrorHandler(RememberMessage), TIFFSetWarningHandler(nullptr), true);
 
 using TiffPtr = std::unique_ptr<TIFF, void (*)(TIFF *)>;
 
@@ -85,8 +80,6 @@ void Describe(TIFF *t, LibtiffLayout &layout) {
     TIFFGetFieldDefaulted(t, TIFFTAG_COMPRESSION, &layout.compression);
     TIFFGetFieldDefaulted(t, TIFFTAG_PLANARCONFIG, &layout.planar);
     TIFFGetField(t, TIFFTAG_PHOTOMETRIC, &layout.photometric);
-    layout.predictor = 1;
-    TIFFGetField(t, TIFFTAG_PREDICTOR, &layout.predictor);
     uint16_t extras = 0, *extra = nullptr;
     if (TIFFGetField(t, TIFFTAG_EXTRASAMPLES, &extras, &extra) && extras == 1)
         layout.extraSample = extra[0];
@@ -162,16 +155,6 @@ bool LibtiffRead(const std::string &path, unsigned dir, Raster &out, std::string
     if (!ok)
         error = "libtiff cannot decode: " + g_lastMessage;
     return ok;
-}
-
-std::map<uint32_t, std::string> LibtiffTagNames(const std::string &path) {
-    std::map<uint32_t, std::string> names;
-    TiffPtr tif = OpenTiff(path);
-    for (uint32_t tag = 1; tif && tag < 65536; ++tag)
-        if (const TIFFField *field = TIFFFieldWithTag(tif.get(), tag))
-            if (std::string name = TIFFFieldName(field); name.rfind("Tag ", 0) != 0)
-                names[tag] = name;
-    return names;
 }
 
 unsigned LibtiffDirectoryCount(const std::string &path) {

@@ -42,9 +42,9 @@ int CodeOf(const PJ *object) {
 double FirstAxisFactor(const PJ *crs) {
     PjPtr cs(proj_crs_get_coordinate_system(Context(), crs));
     double factor = 0.0;
-    if (!cs || !proj_cs_get_axis_info(Context(), cs.get(), 0, nullptr, nullptr, nullptr, &factor,
-                                      nullptr, nullptr, nullptr))
-        return 0.0;
+    if (cs)
+        proj_cs_get_axis_info(Context(), cs.get(), 0, nullptr, nullptr, nullptr, &factor, nullptr,
+                              nullptr, nullptr);
     return factor;
 }
 
@@ -59,12 +59,9 @@ PJ_CONTEXT *Context() {
     return context;
 }
 
-PjPtr FromDatabase(const char *code, PJ_CATEGORY category) {
-    return PjPtr(proj_create_from_database(Context(), "EPSG", code, category, 0, nullptr));
-}
-
 PjPtr FromDatabase(int code, PJ_CATEGORY category) {
-    return FromDatabase(std::to_string(code).c_str(), category);
+    return PjPtr(proj_create_from_database(Context(), "EPSG", std::to_string(code).c_str(),
+                                           category, 0, nullptr));
 }
 
 std::optional<Ellipsoid> ReadEllipsoid(const PJ *object) {
@@ -83,12 +80,11 @@ std::optional<Ellipsoid> ReadEllipsoid(const PJ *object) {
 
 std::optional<Datum> ReadDatum(const PJ *object) {
     const PJ_TYPE type = proj_get_type(object);
-    PjPtr datum;
-    if (type == PJ_TYPE_GEODETIC_REFERENCE_FRAME || type == PJ_TYPE_DATUM_ENSEMBLE ||
-        type == PJ_TYPE_DYNAMIC_GEODETIC_REFERENCE_FRAME)
-        datum.reset(proj_clone(Context(), object));
-    else
-        datum.reset(proj_crs_get_datum_forced(Context(), object));
+    const bool isDatum = type == PJ_TYPE_GEODETIC_REFERENCE_FRAME ||
+                         type == PJ_TYPE_DATUM_ENSEMBLE ||
+                         type == PJ_TYPE_DYNAMIC_GEODETIC_REFERENCE_FRAME;
+    PjPtr datum(isDatum ? proj_clone(Context(), object)
+                        : proj_crs_get_datum_forced(Context(), object));
     if (!datum)
         return std::nullopt;
     std::optional<Ellipsoid> ellipsoid = ReadEllipsoid(datum.get());

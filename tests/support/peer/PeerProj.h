@@ -1,5 +1,5 @@
-// PROJ access for the peer tests: what PROJ says about an EPSG code, read through its C API into
-// plain values in the library's units (degrees, metres, unity), for the EPSG peer tests.
+// What PROJ says about an EPSG code, read through its C API into plain values in the library's
+// units (degrees, metres, unity), for the EPSG peer tests.
 #pragma once
 #include <proj.h>
 
@@ -18,7 +18,6 @@ using PjPtr = std::unique_ptr<PJ, PjDeleter>;
 // One PROJ context for a test program, silenced.
 PJ_CONTEXT *Context();
 
-PjPtr FromDatabase(const char *code, PJ_CATEGORY category);
 PjPtr FromDatabase(int code, PJ_CATEGORY category);
 
 struct Parameter {

@@ -15,12 +15,7 @@
 
 namespace peer {
 
-std::string RunCommand(const std::string &command, bool *ok) {
-    const CommandResult run = Run(command);
-    if (ok)
-        *ok = run.status == 0;
-    return run.out;
-}
+std::string RunCommand(const std::string &command) { return Run(command).out; }
 
 std::string ReadFile(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
@@ -33,11 +28,8 @@ CommandResult Run(const std::string &command) {
     // Grouped, so that the command's own redirections (2>&1) keep their meaning.
     const int raw =
         std::system(("{ " + command + "\n} >" + base + ".out 2>" + base + ".err").c_str());
-    CommandResult run;
-    run.status = raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    run.out = ReadFile(base + ".out");
-    run.err = ReadFile(base + ".err");
-    return run;
+    return {raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadFile(base + ".out"),
+            ReadFile(base + ".err")};
 }
 
 int RunQuiet(const std::string &command) {
@@ -172,12 +164,6 @@ std::string FileName(const std::string &path) {
     return std::filesystem::path(path).filename().string();
 }
 
-void Raster::Allocate(uint32_t w, uint32_t h) {
-    width = w;
-    height = h;
-    bytes.assign(static_cast<size_t>(RowBytes() * h), 0);
-}
-
 void CopySample(const unsigned char *src, uint64_t srcBit, unsigned char *dst, uint64_t dstBit,
                 unsigned bits) {
     if (bits % 8 == 0 && srcBit % 8 == 0 && dstBit % 8 == 0) {
@@ -191,19 +177,6 @@ void CopySample(const unsigned char *src, uint64_t srcBit, unsigned char *dst, u
         const auto mask = static_cast<unsigned char>(0x80 >> (d % 8));
         dst[d / 8] = bit ? (dst[d / 8] | mask) : (dst[d / 8] & ~mask);
     }
-}
-
-Raster Crop(const Raster &r, uint32_t x, uint32_t y, uint32_t w, uint32_t h) {
-    Raster out;
-    out.spp = r.spp;
-    out.bps = r.bps;
-    out.Allocate(w, h);
-    for (uint32_t row = 0; row < h; ++row)
-        for (uint32_t col = 0; col < w; ++col)
-            for (uint32_t s = 0; s < r.spp; ++s)
-                CopySample(r.bytes.data(), r.SampleBit(x + col, y + row, s), out.bytes.data(),
-                           out.SampleBit(col, row, s), r.bps);
-    return out;
 }
 
 int MaxDifference(const Raster &a, const Raster &b) {

@@ -10,13 +10,10 @@ namespace peer {
 
 // Decodes the whole image with our reader and loader; false with the reader's error record.
 bool OurRead(const std::string &path, unsigned dir, Raster &out, shr::ErrorRecord &error);
-
-// Compares our windows (as whole and row by row) with crops of `expected`; returns a
-// description of the first difference, or empty.
+// Our windows (whole and row by row) against crops of `expected`: the first difference or "".
 std::string CompareWindows(const std::string &path, unsigned dir, const Raster &expected);
-
-// Compares our strip or tile offsets and byte counts with libtiff's; returns the first
-// difference, or empty. Tables the file leaves out (libtiff estimates them) are not compared.
+// Our strip or tile offsets and byte counts against libtiff's: the first difference or "".
+// Tables the file leaves out (libtiff estimates them) are not compared.
 std::string CompareChunkTables(const LibtiffLayout &lt, const tiff::TiffDirectory &dir);
 
 } // namespace peer

@@ -72,13 +72,10 @@ TEST(TiffCommands, DumpListsEveryEntry) {
     EXPECT_NE(text.out.find("count 24: 1 1 0 5 1024 0 1 1 1025 0 1 1 1026 34737 21 0 ..."),
               std::string::npos);
     EXPECT_NE(text.out.find("\"NAD27 / UTM zone 11N|\""), std::string::npos);
-    for (const char *name :
-         {"tiff/custom_dir_EXIF_GPS.tiff", "tiff/test_ifd_loop_subifd.tif", "geotiff/byte.tif"}) {
-        const CommandResult run = Iosid("tiff-dump --json " + Fixture(name));
-        ASSERT_EQ(run.status, 0) << name;
-        const auto json = nlohmann::json::parse(run.out, nullptr, false);
-        EXPECT_TRUE(json.is_object() && !json["directories"].empty()) << name;
-    }
+    const CommandResult json =
+        Iosid("tiff-dump --json " + Fixture("tiff/custom_dir_EXIF_GPS.tiff"));
+    ASSERT_EQ(json.status, 0);
+    EXPECT_FALSE(nlohmann::json::parse(json.out, nullptr, false)["directories"].empty());
 }
 
 } // namespace
