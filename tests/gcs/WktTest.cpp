@@ -8,6 +8,7 @@
 
 #include "gcs/GcsFile.h"
 #include "gcs/KnownLists.h"
+#include "gcs/WktNode.h"
 #include "shr/Strings.h"
 
 using gcs::ProjectionMethod;
