@@ -121,6 +121,9 @@ bool LibtiffDescribe(const std::string &path, unsigned dir, LibtiffLayout &layou
 // Decodes directory `dir` with libtiff into the layout above; false with libtiff's message.
 bool LibtiffRead(const std::string &path, unsigned dir, Raster &out, std::string &error);
 unsigned LibtiffDirectoryCount(const std::string &path);
+// The tags libtiff names, with their names, as it reads the file at `path` (a codec's tags only
+// where the file uses that codec).
+std::map<uint32_t, std::string> LibtiffTagNames(const std::string &path);
 
 // One image for libtiff to write.
 struct WriteLayout {

@@ -157,6 +157,16 @@ bool LibtiffRead(const std::string &path, unsigned dir, Raster &out, std::string
     return ok;
 }
 
+std::map<uint32_t, std::string> LibtiffTagNames(const std::string &path) {
+    std::map<uint32_t, std::string> names;
+    TiffPtr tif = OpenTiff(path);
+    for (uint32_t tag = 1; tif && tag < 65536; ++tag)
+        if (const TIFFField *field = TIFFFieldWithTag(tif.get(), tag))
+            if (std::string name = TIFFFieldName(field); name.rfind("Tag ", 0) != 0)
+                names[tag] = name;
+    return names;
+}
+
 unsigned LibtiffDirectoryCount(const std::string &path) {
     TiffPtr tif = OpenTiff(path);
     return tif ? TIFFNumberOfDirectories(tif.get()) : 0;
