@@ -36,6 +36,7 @@ TEST(TiffImageRead, FailuresAndTheirRecords) {
     EXPECT_EQ(file.Error().code, -99);
 
     file.Close();
+    EXPECT_FALSE(file.Error().IsSet()); // closing forgets the failure
     EXPECT_EQ(file.GetImageCount(), 0u);
     EXPECT_EQ(file.Error().line, 325);
     EXPECT_EQ(file.Error().code, -7);
