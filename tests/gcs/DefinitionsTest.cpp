@@ -72,6 +72,8 @@ TEST(ProjectionDef, ValidateRefusesWhatCannotBeAProjection) {
         {"NaN azimuth", [](PP &p) { p.azimuth = NAN; }, false},
         {"unknown option bit", [](PP &p) { p.option = 0x8; }, false},
         {"bad ellipsoid", [](PP &p) { p.ellipsoid = EllipsoidDef::Sphere(-1.0); }, false},
+        {"negative flattening",
+         [](PP &p) { p.ellipsoid = EllipsoidDef::FromFlattening(6378137.0, -0.01); }, false},
     };
     for (const auto &c : cases) {
         PP p = UtmLike();
@@ -291,6 +293,7 @@ TEST(KnownLists, EllipsoidsByDimensions) {
         EXPECT_EQ(index < 0 ? 0 : GCSKnownEllipsoidsList.EnumPOSC(index), c.expected)
             << c.major << " " << c.flattening;
     }
+    EXPECT_EQ(GCSKnownEllipsoidsList.FindByPOSCNumber(7000), -1); // just below the first code
 }
 
 // A value EPSG gives that the method's table leaves out would be ignored by comparisons.

@@ -191,6 +191,10 @@ TEST(WarpTransformer, ExplicitCoefficients) {
     ASSERT_TRUE(forward.TransformForward(p));
     EXPECT_DOUBLE_EQ(p.x, 30 * 10 + 0.5 * 20 + 500000);
     EXPECT_DOUBLE_EQ(p.y, -0.25 * 10 - 30 * 20 + 4000000);
+    const WarpTransformer reverse(&warp, true); // map to pixel through the inverted coefficients
+    Vec2d back = p;
+    ASSERT_TRUE(reverse.TransformForward(back));
+    EXPECT_LT(Distance(back, {10, 20}), kPixelTolerance);
     ASSERT_TRUE(forward.TransformInverse(p));
     EXPECT_LT(Distance(p, {10, 20}), kPixelTolerance);
 }
