@@ -2,10 +2,16 @@
 #include "TiffUtil.h"
 
 #include <array>
+#include <string_view>
 #include <vector>
 
 namespace tiff {
 namespace {
+
+struct TiffTagNameRow {
+    int32_t tag;
+    std::wstring_view name;
+};
 
 // Searched in this order, first match wins; ends with the row of tag 0. The order is not
 // numeric (32781 follows 32996, 347 stands last) and is kept as it is.
@@ -122,11 +128,6 @@ const std::vector<std::wstring> &NameStrings() {
 }
 
 } // namespace
-
-const TiffTagNameRow *TiffTagNameRows(size_t &rowCount) {
-    rowCount = kTagNames.size() - 1;
-    return kTagNames.data();
-}
 
 const std::wstring &TiffTagName(int32_t tag) {
     for (size_t i = 0; kTagNames[i].tag != 0; ++i) {
