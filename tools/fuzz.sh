@@ -34,10 +34,14 @@ for target in "$build"/fuzz/fuzz_*; do
             >"$corpus/seed_ycbcr" || true
         rm -f "$corpus"/*.jpg "$corpus"/*.aux.xml
     fi
+    # Inputs earlier campaigns stopped on, run first every time.
+    regressions=()
+    [ -d "$root/fuzz/regressions/$name" ] && regressions=("$root/fuzz/regressions/$name")
     echo "--- $name"
     # A smaller quarantine than ASan's 256 MiB, so that the RSS limit measures our memory more
     # than the sanitizer's.
     ASAN_OPTIONS=${ASAN_OPTIONS:-quarantine_size_mb=32} \
     "$target" -max_total_time="$seconds" -max_len=262144 -rss_limit_mb=1024 -malloc_limit_mb=256 -timeout=10 \
-        -print_final_stats=1 "$corpus" "$seeds/tiff" "$seeds/geotiff" 2>&1 | tail -n 12
+        -print_final_stats=1 "$corpus" "${regressions[@]}" "$seeds/tiff" "$seeds/geotiff" 2>&1 |
+        tail -n 12
 done

@@ -65,12 +65,17 @@ struct TiffImageLoader::State {
     void PrepareDecoding();
     bool DecodeBlock(const BlockPlan &plan, unsigned char *dest);
     bool DecodeExternal(const BlockPlan &plan, unsigned char *dest);
-    const unsigned char *GetBlock(uint32_t band, uint32_t column, uint32_t plane);
+    // A decoded block, or none for a block with nothing stored (it reads as zeros).
+    struct BlockView {
+        const unsigned char *data = nullptr;
+        bool sparse = false;
+    };
+    bool GetBlock(uint32_t band, uint32_t column, uint32_t plane, BlockView &view);
     void SetCapacity(size_t blocksNeeded);
     bool ReadWindow(const Window &win);
     bool ReadBand(uint32_t band, const Window &win);
     bool CanDecodeDirect(uint32_t band, const Window &win, uint32_t top, uint32_t bottom) const;
-    void CopyPiece(const unsigned char *block, uint32_t band, uint32_t column, uint32_t plane,
+    void CopyPiece(const BlockView &block, uint32_t band, uint32_t column, uint32_t plane,
                    uint32_t top, uint32_t bottom, const Window &win) const;
     void ClearPadding(const Window &win, uint32_t top, uint32_t bottom) const;
 };
@@ -167,16 +172,21 @@ void TiffImageLoader::State::SetCapacity(size_t blocksNeeded) {
     }
 }
 
-const unsigned char *TiffImageLoader::State::GetBlock(uint32_t band, uint32_t column,
-                                                      uint32_t plane) {
+bool TiffImageLoader::State::GetBlock(uint32_t band, uint32_t column, uint32_t plane,
+                                     BlockView &view) {
+    view = BlockView{};
     const uint64_t key = grid.BlockKey(band, column, plane);
     if (auto hit = index.find(key); hit != index.end()) {
         cache.splice(cache.begin(), cache, hit->second);
-        return cache.front().data.data();
+        view.data = cache.front().data.data();
+        return true;
     }
     BlockPlan plan;
     if (!grid.Plan(reader, band, column, plane, plan))
-        return nullptr;
+        return false;
+    // Nothing stored costs nothing: a sparse tile may claim far more than the window needs.
+    if (plan.sparse)
+        return view.sparse = true;
     if (cache.size() >= capacity) {
         // Reuse the least recently used block and its buffer.
         index.erase(cache.back().key);
@@ -188,11 +198,12 @@ const unsigned char *TiffImageLoader::State::GetBlock(uint32_t band, uint32_t co
     block.data.resize(plan.decodedSize);
     if (!DecodeBlock(plan, block.data.data())) {
         cache.pop_front();
-        return nullptr;
+        return false;
     }
     block.key = key;
     index[key] = cache.begin();
-    return block.data.data();
+    view.data = block.data.data();
+    return true;
 }
 
 bool TiffImageLoader::State::ReadWindow(const Window &win) {
@@ -228,8 +239,8 @@ bool TiffImageLoader::State::ReadBand(uint32_t band, const Window &win) {
         const uint32_t lastColumn = info.tiled ? grid.ColumnOf(win.x + win.w - 1) : 0;
         for (uint32_t column = firstColumn; column <= lastColumn; ++column) {
             for (uint32_t plane = 0; plane < grid.Planes(); ++plane) {
-                const unsigned char *block = GetBlock(band, column, plane);
-                if (block == nullptr)
+                BlockView block;
+                if (!GetBlock(band, column, plane, block))
                     return false;
                 CopyPiece(block, band, column, plane, top, bottom, win);
             }
@@ -239,7 +250,7 @@ bool TiffImageLoader::State::ReadBand(uint32_t band, const Window &win) {
     return true;
 }
 
-void TiffImageLoader::State::CopyPiece(const unsigned char *block, uint32_t band, uint32_t column,
+void TiffImageLoader::State::CopyPiece(const BlockView &block, uint32_t band, uint32_t column,
                                        uint32_t plane, uint32_t top, uint32_t bottom,
                                        const Window &win) const {
     const uint32_t blockLeft = info.tiled ? grid.ColumnLeft(column) : 0;
@@ -249,12 +260,21 @@ void TiffImageLoader::State::CopyPiece(const unsigned char *block, uint32_t band
     const uint64_t bits = info.bitsPerSample;
     const uint64_t pixelBits = info.BitsPerPixel();
     const uint64_t srcBitsPerPixel = grid.Planes() > 1 ? bits : pixelBits;
-    const uint64_t srcBit = (left - blockLeft) * srcBitsPerPixel;
+    uint64_t srcBit = (left - blockLeft) * srcBitsPerPixel;
     const uint64_t dstBit = (left - win.x) * pixelBits + (grid.Planes() > 1 ? plane * bits : 0);
     const bool byteAligned = bits % 8 == 0;
     const uint32_t blockTop = grid.BandTop(band);
+    const unsigned char *data = block.data;
+    size_t rowBytes = grid.BlockRowBytes();
+    std::vector<unsigned char> zeros;
+    if (block.sparse) { // every row reads one row of zeros as long as the piece
+        zeros.assign((srcBit % 8 + (right - left) * srcBitsPerPixel + 7) / 8, 0);
+        data = zeros.data();
+        srcBit %= 8;
+        rowBytes = 0;
+    }
     for (uint32_t row = top; row < bottom; ++row) {
-        const unsigned char *src = block + (row - blockTop) * grid.BlockRowBytes();
+        const unsigned char *src = data + (row - blockTop) * rowBytes;
         unsigned char *dst = win.out + size_t{row - win.y} * win.stride;
         if (grid.Planes() == 1 && byteAligned)
             std::memcpy(dst + dstBit / 8, src + srcBit / 8, (right - left) * pixelBits / 8);

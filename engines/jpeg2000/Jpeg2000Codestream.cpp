@@ -17,7 +17,9 @@ enum Marker : uint16_t {
 
 constexpr uint32_t kMaxCoordinate = 0x7FFFFFFF; // the decoder computes in signed 32 bits
 constexpr uint32_t kMaxComponents = 16384;
-constexpr uint64_t kMaxTiles = 65535;
+constexpr uint64_t kMaxTiles = 32768; // the codec keeps about 6 KB of state for every tile
+// Every tile needs at least one tile-part: an SOT marker segment (12 bytes) and SOD (2).
+constexpr uint64_t kMinTileBytes = 14;
 constexpr uint64_t kMaxTileComponents = 1u << 17;
 constexpr uint64_t kMaxCodeBlocksPerTile = 1u << 21; // some 200 MB of decoder state
 constexpr int kMaxMarkers = 65536;
@@ -182,7 +184,8 @@ bool ReadCodestreamHeader(StreamBytes &bytes, uint64_t offset, uint64_t length,
     return true;
 }
 
-bool CheckCodestreamLimits(const CodestreamHeader &h, std::string &error) {
+bool CheckCodestreamLimits(const CodestreamHeader &h, uint64_t codestreamLength,
+                           std::string &error) {
     const uint64_t tiles = h.tileCount();
     if (tiles > kMaxTiles)
         return error = std::to_string(tiles) + " tiles (at most " + std::to_string(kMaxTiles) +
@@ -191,6 +194,10 @@ bool CheckCodestreamLimits(const CodestreamHeader &h, std::string &error) {
     if (tiles * h.components.size() > kMaxTileComponents)
         return error = std::to_string(tiles) + " tiles of " + std::to_string(h.components.size()) +
                        " components are too many",
+               false;
+    if (tiles * kMinTileBytes > codestreamLength)
+        return error = std::to_string(tiles) + " tiles, more than a codestream of " +
+                       std::to_string(codestreamLength) + " bytes can hold",
                false;
     const uint64_t tileW = std::min<uint64_t>(h.tileWidth, h.width());
     const uint64_t tileH = std::min<uint64_t>(h.tileHeight, h.height());

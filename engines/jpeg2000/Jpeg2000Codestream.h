@@ -42,8 +42,10 @@ struct CodestreamHeader {
 bool ReadCodestreamHeader(StreamBytes &bytes, uint64_t offset, uint64_t length,
                           CodestreamHeader &header, std::string &error);
 
-// The sizes the decoder allocates for, checked before it runs: tile-component parameters
-// for every tile, and the code-blocks of one tile. False with `error` naming what is too big.
-bool CheckCodestreamLimits(const CodestreamHeader &header, std::string &error);
+// The sizes the decoder allocates for, checked before it runs: state for every tile (and no
+// more tiles than `codestreamLength` bytes can hold), tile-component parameters, and the
+// code-blocks of one tile. False with `error` naming what is too big.
+bool CheckCodestreamLimits(const CodestreamHeader &header, uint64_t codestreamLength,
+                           std::string &error);
 
 } // namespace engines::jpeg2000

@@ -85,7 +85,7 @@ LT_STATUS Jpeg2000Engine::initialize(LTIOStreamInf &stream) {
     if (!ReadCodestreamHeader(*bytes_, boxes_.codestreamOffset, boxes_.codestreamLength, header_,
                               error))
         return setLastStatus(LTI_STS_CorruptImage, "JPEG 2000 codestream: " + error);
-    if (!CheckCodestreamLimits(header_, error) || !DescribeBands(boxes_, header_, layout_, error))
+    if (!CheckCodestreamLimits(header_, boxes_.codestreamLength, error) || !DescribeBands(boxes_, header_, layout_, error))
         return setLastStatus(LTI_STS_UnsupportedImage, "JPEG 2000 image: " + error);
     const LTIPixel pixel(layout_.colorSpace, static_cast<lt_uint16>(layout_.bands.size()),
                          layout_.dataType);

@@ -145,7 +145,8 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
 #ifdef IOSID_HAVE_JPEG2000
         {"good.j2k", good, ""}, // the builder's untouched header: the refusals are the changes
         {"huge_tile.j2k", Codestream(0x7FFFFFFF, 0x7FFFFFFF), "...too many code-blocks to decode"},
-        {"many_tiles.j2k", Codestream(100000, 16), "...tiles (at most 65535 are allowed)"},
+        {"many_tiles.j2k", Codestream(100000, 16), "...tiles (at most 32768 are allowed)"},
+        {"tiles_past_end.j2k", Codestream(4096, 64), "...4096 tiles, more than a codestream of"},
         {"tile_components.j2k", Codestream(4096, 32, 16), "...tiles of 16 components are too many"},
         {"cut_header.j2k", good.substr(0, 30), "...runs past the codestream"},
 #endif
