@@ -34,6 +34,8 @@ TEST(SidInterfaceState, FormatScaleAndSizeBeforeOpenAfterOpenAndAfterClose) {
     TestEngineScope engine(TestImage{}); // 100 x 600, minimum magnification 1/64
     SidInterface reader;
     EXPECT_EQ(reader.GetBitsPerPixel(), 24); // format 4 until set
+    uint8_t row[8];
+    EXPECT_FALSE(reader.ReadScanline(0, row)); // nothing open: refused, not a crash
     EXPECT_FALSE(reader.SetFormat(6));
     EXPECT_TRUE(reader.SetFormat(3));
     EXPECT_EQ(reader.GetBitsPerPixel(), 8);
