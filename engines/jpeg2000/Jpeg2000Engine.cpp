@@ -24,6 +24,8 @@ using namespace LizardTech;
 constexpr size_t kCacheBytes = 48u << 20;       // decoded tiles kept for the next strip
 constexpr uint64_t kWholeTileBytes = 64u << 20; // larger tiles are decoded by area
 constexpr unsigned kMaxThreads = 8;
+// Below this many pixels a reduced tile decodes faster on one thread than the pool can share.
+constexpr uint64_t kThreadedTilePixels = 256 * 256;
 
 uint32_t CeilShift(uint32_t v, uint32_t shift) {
     return static_cast<uint32_t>((uint64_t{v} + (uint64_t{1} << shift) - 1) >> shift);
@@ -50,6 +52,7 @@ private:
     LT_STATUS decodeArea(const TileRect &tile, const Window &window, uint32_t level,
                          LTISceneBuffer &buffer);
     LT_STATUS failed(const Jpeg2000Codec &codec) const;
+    int threadsFor(uint32_t level) const;
     Jpeg2000Codec *keptCodec(uint32_t level, LT_STATUS &status);
 
     std::unique_ptr<StreamBytes> bytes_;
@@ -129,6 +132,12 @@ bool Jpeg2000Engine::wholeTiles(uint32_t level) const {
     return header_.tileCount() > 1 && w * h * header_.components.size() * 4 <= kWholeTileBytes;
 }
 
+int Jpeg2000Engine::threadsFor(uint32_t level) const {
+    const uint64_t w = CeilShift(std::min(header_.tileWidth, header_.width()), level);
+    const uint64_t h = CeilShift(std::min(header_.tileHeight, header_.height()), level);
+    return w * h >= kThreadedTilePixels ? threads_ : 1;
+}
+
 LT_STATUS Jpeg2000Engine::failed(const Jpeg2000Codec &codec) const {
     return setLastStatus(LTI_STS_DecodeFailed, "JPEG 2000 decoding: " + codec.error());
 }
@@ -141,7 +150,8 @@ Jpeg2000Codec *Jpeg2000Engine::keptCodec(uint32_t level, LT_STATUS &status) {
         return codec_.get();
     codec_ = std::make_unique<Jpeg2000Codec>();
     codecLevel_ = level;
-    if (codec_->open(*bytes_, boxes_.codestreamOffset, boxes_.codestreamLength, threads_))
+    if (codec_->open(*bytes_, boxes_.codestreamOffset, boxes_.codestreamLength,
+                     threadsFor(level)))
         return codec_.get();
     status = failed(*codec_);
     codec_.reset();
@@ -201,7 +211,8 @@ LT_STATUS Jpeg2000Engine::decodeArea(const TileRect &tile, const Window &window,
             return status;
     } else {
         fresh = std::make_unique<Jpeg2000Codec>();
-        if (!fresh->open(*bytes_, boxes_.codestreamOffset, boxes_.codestreamLength, threads_))
+        if (!fresh->open(*bytes_, boxes_.codestreamOffset, boxes_.codestreamLength,
+                         threadsFor(level)))
             return failed(*fresh);
         codec = fresh.get();
     }
