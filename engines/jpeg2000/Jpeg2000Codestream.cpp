@@ -21,7 +21,10 @@ constexpr uint64_t kMaxTiles = 32768; // the codec keeps about 6 KB of state for
 // Every tile needs at least one tile-part: an SOT marker segment (12 bytes) and SOD (2).
 constexpr uint64_t kMinTileBytes = 14;
 constexpr uint64_t kMaxTileComponents = 1u << 17;
-constexpr uint64_t kMaxCodeBlocksPerTile = 1u << 21; // some 200 MB of decoder state
+constexpr uint64_t kMaxCodeBlocksPerTile = 1u << 21; // the codec keeps 300-450 bytes a block
+// Real images code about a byte per code-block or more; a codestream with fewer bits than
+// blocks describes mostly nothing, so beyond this floor its blocks are bounded by its size.
+constexpr uint64_t kCodeBlocksAnySize = 1u << 18;
 constexpr int kMaxMarkers = 65536;
 
 uint32_t CeilDiv(uint32_t a, uint32_t b) {
@@ -208,6 +211,12 @@ bool CheckCodestreamLimits(const CodestreamHeader &h, uint64_t codestreamLength,
         return error = "tiles of " + std::to_string(tileW) + " x " + std::to_string(tileH) +
                        " pixels in " + std::to_string(h.components.size()) +
                        " components have too many code-blocks to decode",
+               false;
+    if (blocks > kCodeBlocksAnySize && blocks > codestreamLength * 8)
+        return error = "tiles of " + std::to_string(tileW) + " x " + std::to_string(tileH) +
+                       " pixels have " + std::to_string(blocks) +
+                       " code-blocks, more than a codestream of " +
+                       std::to_string(codestreamLength) + " bytes can hold",
                false;
     return true;
 }

@@ -147,6 +147,7 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
         {"huge_tile.j2k", Codestream(0x7FFFFFFF, 0x7FFFFFFF), "...too many code-blocks to decode"},
         {"many_tiles.j2k", Codestream(100000, 16), "...tiles (at most 32768 are allowed)"},
         {"tiles_past_end.j2k", Codestream(4096, 64), "...4096 tiles, more than a codestream of"},
+        {"blocks_past_end.j2k", Codestream(40000, 40000), "...code-blocks, more than a codestream"},
         {"tile_components.j2k", Codestream(4096, 32, 16), "...tiles of 16 components are too many"},
         {"cut_header.j2k", good.substr(0, 30), "...runs past the codestream"},
 #endif
