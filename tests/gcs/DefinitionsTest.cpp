@@ -38,6 +38,21 @@ PP UtmLike(M method = M::TransverseMercator, int32_t option = 0) {
     return p;
 }
 
+DatumDef Wgs84Datum() {
+    DatumDef datum(DatumMethod::EllipsoidOnly);
+    datum.SetEllipsoid(kWgs84);
+    return datum;
+}
+
+// A system of `projection` on the WGS 84 datum.
+GCSDef SystemOf(const ProjectionDef &projection) {
+    GCSDef system;
+    const DatumDef datum = Wgs84Datum();
+    system.SetProjection(&projection);
+    system.SetDatum(&datum);
+    return system;
+}
+
 DatumDef SevenParameters() {
     DatumDef datum;
     datum.SetMethod(DatumMethod::SevenParameter, false);
@@ -212,12 +227,9 @@ TEST(GCSDef, PresenceFollowsWhatIsKnown) {
 }
 
 TEST(GCSDef, RefusedPiecesLeaveTheDefinitionAsItWas) {
-    GCSDef system;
     const ProjectionDef good(UtmLike(M::Mercator));
-    DatumDef goodDatum(DatumMethod::EllipsoidOnly);
-    goodDatum.SetEllipsoid(kWgs84);
-    system.SetProjection(&good);
-    system.SetDatum(&goodDatum);
+    const DatumDef goodDatum = Wgs84Datum();
+    GCSDef system = SystemOf(good);
     const GCSDef before = system;
 
     ProjectionDef bad = good;
@@ -251,12 +263,7 @@ TEST(GCSDef, RefusedPiecesLeaveTheDefinitionAsItWas) {
 }
 
 TEST(GCSDef, CompareLooksAtTheDefinitionNotTheIdentity) {
-    GCSDef a;
-    const ProjectionDef projection(UtmLike(M::LambertConformalConic2SP));
-    DatumDef datum(DatumMethod::EllipsoidOnly);
-    datum.SetEllipsoid(kWgs84);
-    a.SetProjection(&projection);
-    a.SetDatum(&datum);
+    const GCSDef a = SystemOf(ProjectionDef(UtmLike(M::LambertConformalConic2SP)));
     GCSDef b = a;
     b.SetPOSC(26943);
     b.SetName(L"NAD83 / California zone 3");
