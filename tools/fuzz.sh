@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs every fuzz target in BUILD_DIR/fuzz for SECONDS, seeded with the shared fixtures.
+# Runs every fuzz target in BUILD_DIR/fuzz (or those matching PATTERN) for SECONDS, seeded with
+# the shared fixtures.
 set -euo pipefail
 n=0
 build=${1:?build dir}
@@ -7,7 +8,7 @@ seconds=${2:-30}
 root="$(cd "$(dirname "$0")/.." && pwd)"
 seeds="$root/testdata"
 shopt -s nullglob
-for target in "$build"/fuzz/fuzz_*; do
+for target in "$build"/fuzz/${3:-fuzz_*}; do
     [ -x "$target" ] || continue
     name=$(basename "$target")
     corpus="$build/fuzz/corpus/$name"

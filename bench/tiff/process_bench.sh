@@ -32,6 +32,6 @@ for layout in lzw-strip1:"-co COMPRESS=LZW -co BLOCKYSIZE=1" \
         -- "$iosid" tiff-decode "$image" -o "$data/ours.raw" \
         -- tiffcp -c none "$image" "$data/tiffcp.tif")
     awk -v n="$name" -v a="$ours_s" -v b="$peer_s" -v ra="$ours_kib" -v rb="$peer_kib" \
-        'BEGIN { printf "%-14s %9.2f %9.2f %7.2f %12.1f %12.1f\n", n, a, b, a / b, ra / 1024, rb / 1024 }'
+        'BEGIN { printf "%-14s %9.3f %9.3f %7.2f %12.1f %12.1f\n", n, a, b, a / b, ra / 1024, rb / 1024 }'
 done
 rm -f "$data/ours.raw" "$data/tiffcp.tif"
