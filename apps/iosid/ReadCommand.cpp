@@ -289,6 +289,10 @@ int RunRead(ReadRequest &request, const std::string &region) {
     auto sink = OpenSink(request, reader, rowBytes, error);
     if (!sink || !ReadAllRows(reader, *sink, error)) {
         std::fprintf(stderr, "iosid read: %s\n", error.c_str());
+        if (sink) {
+            sink.reset(); // closes the file, which holds only part of the image
+            std::remove(request.output.c_str());
+        }
         return kExitFailure;
     }
     PrintSummary(request, reader);

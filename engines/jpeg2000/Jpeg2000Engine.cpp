@@ -9,6 +9,7 @@
 #include "Jpeg2000Codestream.h"
 #include "Jpeg2000Georef.h"
 #include "Jpeg2000Stream.h"
+#include "Jpeg2000TileWorkers.h"
 
 #include "engines/WorldFile.h"
 
@@ -26,6 +27,9 @@ constexpr uint64_t kWholeTileBytes = 64u << 20; // larger tiles are decoded by a
 constexpr unsigned kMaxThreads = 8;
 // Below this many pixels a reduced tile decodes faster on one thread than the pool can share.
 constexpr uint64_t kThreadedTilePixels = 256 * 256;
+// Reduced tiles up to this many pixels are decoded several at once, one a thread; larger ones
+// give the codec's threads enough code-blocks, and each worker would hold a whole tile.
+constexpr uint64_t kSharedTilePixels = 512 * 512;
 
 uint32_t CeilShift(uint32_t v, uint32_t shift) {
     return static_cast<uint32_t>((uint64_t{v} + (uint64_t{1} << shift) - 1) >> shift);
@@ -47,11 +51,14 @@ private:
     uint32_t usableLevels() const;
     TileRect tileRect(uint32_t column, uint32_t row) const;
     bool wholeTiles(uint32_t level) const;
+    LT_STATUS decodeTiles(const std::vector<uint32_t> &tiles, const Window &window,
+                          uint32_t level, LTISceneBuffer &buffer);
     LT_STATUS decodeTile(uint32_t index, const Window &window, uint32_t level,
                          LTISceneBuffer &buffer);
     LT_STATUS decodeArea(const TileRect &tile, const Window &window, uint32_t level,
                          LTISceneBuffer &buffer);
     LT_STATUS failed(const Jpeg2000Codec &codec) const;
+    uint64_t tilePixels(uint32_t level) const;
     int threadsFor(uint32_t level) const;
     Jpeg2000Codec *keptCodec(uint32_t level, LT_STATUS &status);
 
@@ -62,6 +69,7 @@ private:
     int threads_ = 1;
     std::unique_ptr<Jpeg2000Codec> codec_; // kept open: one-tile images and whole tiles
     uint32_t codecLevel_ = 0;              // the level codec_ decodes
+    std::unique_ptr<TileWorkers> workers_; // several whole tiles at once
     BlockCache cache_{kCacheBytes};
 };
 
@@ -106,6 +114,9 @@ LT_STATUS Jpeg2000Engine::initialize(LTIOStreamInf &stream) {
     codec_ = std::make_unique<Jpeg2000Codec>();
     if (!codec_->open(*bytes_, boxes_.codestreamOffset, boxes_.codestreamLength, threads_))
         return setLastStatus(LTI_STS_CorruptImage, "JPEG 2000 codestream: " + codec_->error());
+    if (threads_ > 1 && header_.tileCount() > 1)
+        workers_ = std::make_unique<TileWorkers>(*bytes_, boxes_.codestreamOffset,
+                                                 boxes_.codestreamLength, threads_);
     LTIGeoCoord geo;
     const auto *file = dynamic_cast<const LTIFileBacked *>(&stream);
     if (AddJpeg2000Georeferencing(boxes_, metadata(), geo) ||
@@ -127,15 +138,17 @@ TileRect Jpeg2000Engine::tileRect(uint32_t column, uint32_t row) const {
 // Whole tiles are decoded (and kept for the next strip) when there are several and one fits
 // the budget as the codec's 32-bit samples.
 bool Jpeg2000Engine::wholeTiles(uint32_t level) const {
-    const uint64_t w = CeilShift(std::min(header_.tileWidth, header_.width()), level);
-    const uint64_t h = CeilShift(std::min(header_.tileHeight, header_.height()), level);
-    return header_.tileCount() > 1 && w * h * header_.components.size() * 4 <= kWholeTileBytes;
+    return header_.tileCount() > 1 &&
+           tilePixels(level) * header_.components.size() * 4 <= kWholeTileBytes;
+}
+
+uint64_t Jpeg2000Engine::tilePixels(uint32_t level) const {
+    return uint64_t{CeilShift(std::min(header_.tileWidth, header_.width()), level)} *
+           CeilShift(std::min(header_.tileHeight, header_.height()), level);
 }
 
 int Jpeg2000Engine::threadsFor(uint32_t level) const {
-    const uint64_t w = CeilShift(std::min(header_.tileWidth, header_.width()), level);
-    const uint64_t h = CeilShift(std::min(header_.tileHeight, header_.height()), level);
-    return w * h >= kThreadedTilePixels ? threads_ : 1;
+    return tilePixels(level) >= kThreadedTilePixels ? threads_ : 1;
 }
 
 LT_STATUS Jpeg2000Engine::failed(const Jpeg2000Codec &codec) const {
@@ -156,6 +169,40 @@ Jpeg2000Codec *Jpeg2000Engine::keptCodec(uint32_t level, LT_STATUS &status) {
     status = failed(*codec_);
     codec_.reset();
     return nullptr;
+}
+
+// The scene's whole tiles: those kept from the last scene copied, the others decoded side by
+// side when there are several, and kept when the next scene needs the rest of them.
+LT_STATUS Jpeg2000Engine::decodeTiles(const std::vector<uint32_t> &tiles, const Window &window,
+                                      uint32_t level, LTISceneBuffer &buffer) {
+    std::vector<uint32_t> missing;
+    for (uint32_t index : tiles)
+        if (const BandBlock *kept = cache_.find(level, index))
+            CopyBlock(*kept, window.x, window.y, window.width, window.height, buffer);
+        else
+            missing.push_back(index);
+    if (missing.size() < 2 || workers_ == nullptr || tilePixels(level) > kSharedTilePixels) {
+        for (uint32_t index : missing)
+            if (const LT_STATUS status = decodeTile(index, window, level, buffer))
+                return status;
+        return LT_STS_Success;
+    }
+    std::vector<BandBlock> blocks(missing.size());
+    const auto convert = [&](size_t slot, const DecodedArea &area) {
+        BandBlock &block = blocks[slot];
+        block.level = level;
+        block.tile = missing[slot];
+        ConvertDecoded(area, layout_, boxes_.palette, CeilShift(header_.x0, level),
+                       CeilShift(header_.y0, level), block);
+    };
+    if (!workers_->decode(missing, level, convert))
+        return setLastStatus(LTI_STS_DecodeFailed, "JPEG 2000 decoding: " + workers_->error());
+    for (BandBlock &block : blocks) {
+        CopyBlock(block, window.x, window.y, window.width, window.height, buffer);
+        if (block.y + block.height > window.y + window.height)
+            cache_.keep(std::move(block), window.y);
+    }
+    return LT_STS_Success;
 }
 
 LT_STATUS Jpeg2000Engine::decodeTile(uint32_t index, const Window &window, uint32_t level,
@@ -237,6 +284,7 @@ LT_STATUS Jpeg2000Engine::decode(const Window &window, LTISceneBuffer &buffer) {
     const uint32_t across = header_.tilesAcross(), down = header_.tilesDown();
     const uint32_t ox = CeilShift(header_.x0, level), oy = CeilShift(header_.y0, level);
     try {
+        std::vector<uint32_t> tiles; // the whole tiles the scene needs
         for (uint32_t row = 0; row < down; ++row) {
             const TileRect top = tileRect(0, row);
             const uint32_t t0 = CeilShift(top.y0, level) - oy, t1 = CeilShift(top.y1, level) - oy;
@@ -248,13 +296,14 @@ LT_STATUS Jpeg2000Engine::decode(const Window &window, LTISceneBuffer &buffer) {
                 const uint32_t l1 = CeilShift(tile.x1, level) - ox;
                 if (l0 == l1 || l1 <= window.x || l0 >= window.x + window.width)
                     continue;
-                const LT_STATUS status =
-                    whole ? decodeTile(row * across + column, window, level, buffer)
-                          : decodeArea(tile, window, level, buffer);
-                if (status != LT_STS_Success)
+                if (whole)
+                    tiles.push_back(row * across + column);
+                else if (const LT_STATUS status = decodeArea(tile, window, level, buffer))
                     return status;
             }
         }
+        if (!tiles.empty())
+            return decodeTiles(tiles, window, level, buffer);
     } catch (const std::bad_alloc &) {
         return setLastStatus(LT_STS_OutOfMemory, "no memory to decode a JPEG 2000 tile");
     }

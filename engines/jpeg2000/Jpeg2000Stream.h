@@ -5,9 +5,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 
 namespace engines::jpeg2000 {
 
+// Reads may come from several threads at once.
 class StreamBytes {
 public:
     // The stream must be open and outlive this reader.
@@ -22,6 +24,7 @@ public:
 
 private:
     LizardTech::LTIOStreamInf &stream_;
+    std::mutex lock_; // a seek and its read go together
     uint64_t length_ = 0;
     bool lengthKnown_ = false;
 };

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
+#include <fstream>
 #include <string>
 
 using namespace peer;
@@ -87,6 +88,23 @@ TEST(ReadCommand, ExitStatuses) {
     EXPECT_EQ(peer::Run(Iosid(tiff + " -o " + out + " --scale 3")).status, 64);
     const std::string message = peer::Run(Iosid(ScratchPath("missing.tif") + " -o " + out)).err;
     EXPECT_NE(message.find("Failed opening MrSID file:"), std::string::npos) << message;
+}
+
+// A codestream cut short opens (its main header is whole) and fails in a tile the workers decode
+// side by side: the codec's reason reaches the user and no partial output is left.
+TEST(ReadCommand, DecodeFailureLeavesNoOutput) {
+    const std::string whole = ScratchPath("cli_tiles.j2k"), cut = ScratchPath("cli_cut.j2k");
+    ASSERT_EQ(RunQuiet("gdal_translate -q -of JP2OpenJPEG -co CODEC=J2K -co REVERSIBLE=YES "
+                       "-co BLOCKXSIZE=64 -co BLOCKYSIZE=64 -outsize 256 256 " +
+                       std::string(IOSID_TESTDATA) + "/tiff/rgb-3c-8b.tiff " + whole),
+              0);
+    const std::string bytes = ReadFile(whole);
+    std::ofstream(cut, std::ios::binary) << bytes.substr(0, bytes.size() * 6 / 10);
+    const std::string out = ScratchPath("cli_cut.raw");
+    const auto result = peer::Run(Iosid(cut + " -o " + out));
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.err.find("could not be decoded"), std::string::npos) << result.err;
+    EXPECT_FALSE(std::ifstream(out).good()) << out << " was left behind";
 }
 
 } // namespace
