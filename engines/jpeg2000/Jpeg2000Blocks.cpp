@@ -44,6 +44,7 @@ void ConvertDecoded(const DecodedArea &area, const BandLayout &layout, const Pal
     block.y = area.y - originY;
     block.width = area.width;
     block.height = area.height;
+    block.bands = static_cast<uint32_t>(layout.bands.size());
     block.samples.resize(plane * layout.bands.size());
     for (size_t b = 0; b < layout.bands.size(); ++b) {
         void *out = block.samples.data() + b * plane;
@@ -83,19 +84,38 @@ void CopyBlock(const BandBlock &block, uint32_t x, uint32_t y, uint32_t width, u
         }
 }
 
-const BandBlock *BlockCache::find(uint32_t level, uint32_t tile) const {
+const BandBlock *BlockCache::find(uint32_t level, uint32_t tile, uint32_t firstRow) const {
     for (const BandBlock &b : blocks_)
-        if (b.level == level && b.tile == tile)
+        if (b.level == level && b.tile == tile && b.y <= firstRow)
             return &b;
     return nullptr;
 }
 
-void BlockCache::keep(BandBlock &&block, uint32_t sceneTop) {
+namespace {
+
+// Drops the rows of `block` above `row`, in a buffer of the rows left.
+void DropRowsAbove(BandBlock &block, uint32_t row) {
+    const uint32_t dropped = row - block.y, left = block.height - dropped;
+    const size_t plane = block.samples.size() / block.bands, rowBytes = plane / block.height;
+    std::vector<uint8_t> rest(rowBytes * left * block.bands);
+    for (uint32_t b = 0; b < block.bands; ++b)
+        std::memcpy(rest.data() + b * rowBytes * left,
+                    block.samples.data() + b * plane + dropped * rowBytes, rowBytes * left);
+    block.samples = std::move(rest);
+    block.y = row;
+    block.height = left;
+}
+
+} // namespace
+
+void BlockCache::keep(BandBlock &&block, uint32_t nextTop) {
+    if (block.y < nextTop)
+        DropRowsAbove(block, nextTop);
     const size_t size = block.samples.size();
     if (size > budget_)
         return;
     const auto stale = [&](const BandBlock &b) {
-        return b.level != block.level || b.y + b.height <= sceneTop;
+        return b.level != block.level || b.y + b.height <= nextTop;
     };
     for (auto it = blocks_.begin(); it != blocks_.end();)
         if (stale(*it)) {

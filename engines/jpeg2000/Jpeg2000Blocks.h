@@ -18,6 +18,7 @@ namespace engines::jpeg2000 {
 struct BandBlock {
     uint32_t level = 0, tile = 0;
     uint32_t x = 0, y = 0, width = 0, height = 0;
+    uint32_t bands = 0;
     std::vector<uint8_t> samples;
 };
 
@@ -31,15 +32,17 @@ void ConvertDecoded(const DecodedArea &area, const BandLayout &layout, const Pal
 void CopyBlock(const BandBlock &block, uint32_t x, uint32_t y, uint32_t width, uint32_t height,
                LizardTech::LTISceneBuffer &buffer);
 
-// Blocks kept up to a byte budget. Blocks of another level and those above the current scene
+// Blocks kept up to a byte budget, each from the first row the next scene needs: a tile twice
+// a strip's height costs half of itself. Blocks of another level and those above the next scene
 // go first, then the oldest.
 class BlockCache {
 public:
     explicit BlockCache(size_t budget) : budget_(budget) {}
 
-    const BandBlock *find(uint32_t level, uint32_t tile) const;
-    // Keeps `block` when it fits the budget; `sceneTop` is the first row of the current scene.
-    void keep(BandBlock &&block, uint32_t sceneTop);
+    // A kept block of the tile holding its rows from `firstRow` down; null when none does.
+    const BandBlock *find(uint32_t level, uint32_t tile, uint32_t firstRow) const;
+    // Keeps the rows of `block` from `nextTop` (inside it) down, when they fit the budget.
+    void keep(BandBlock &&block, uint32_t nextTop);
 
 private:
     size_t budget_;

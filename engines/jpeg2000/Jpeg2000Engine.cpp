@@ -53,8 +53,10 @@ private:
     bool wholeTiles(uint32_t level) const;
     LT_STATUS decodeTiles(const std::vector<uint32_t> &tiles, const Window &window,
                           uint32_t level, LTISceneBuffer &buffer);
-    LT_STATUS decodeTile(uint32_t index, const Window &window, uint32_t level,
-                         LTISceneBuffer &buffer);
+    LT_STATUS decodeTile(uint32_t index, uint32_t level, BandBlock &block);
+    void convertTile(uint32_t index, uint32_t level, const DecodedArea &area,
+                     BandBlock &block) const;
+    void place(BandBlock &&block, const Window &window, LTISceneBuffer &buffer);
     LT_STATUS decodeArea(const TileRect &tile, const Window &window, uint32_t level,
                          LTISceneBuffer &buffer);
     LT_STATUS failed(const Jpeg2000Codec &codec) const;
@@ -175,42 +177,54 @@ Jpeg2000Codec *Jpeg2000Engine::keptCodec(uint32_t level, LT_STATUS &status) {
 // side when there are several, and kept when the next scene needs the rest of them.
 LT_STATUS Jpeg2000Engine::decodeTiles(const std::vector<uint32_t> &tiles, const Window &window,
                                       uint32_t level, LTISceneBuffer &buffer) {
+    const uint32_t oy = CeilShift(header_.y0, level);
     std::vector<uint32_t> missing;
-    for (uint32_t index : tiles)
-        if (const BandBlock *kept = cache_.find(level, index))
+    for (uint32_t index : tiles) {
+        // A kept block starts where an earlier scene stopped: it serves scenes below that.
+        const TileRect tile = tileRect(index % header_.tilesAcross(), index / header_.tilesAcross());
+        const uint32_t firstRow = std::max(window.y, CeilShift(tile.y0, level) - oy);
+        if (const BandBlock *kept = cache_.find(level, index, firstRow))
             CopyBlock(*kept, window.x, window.y, window.width, window.height, buffer);
         else
             missing.push_back(index);
+    }
     if (missing.size() < 2 || workers_ == nullptr || tilePixels(level) > kSharedTilePixels) {
-        for (uint32_t index : missing)
-            if (const LT_STATUS status = decodeTile(index, window, level, buffer))
+        for (uint32_t index : missing) {
+            BandBlock block;
+            if (const LT_STATUS status = decodeTile(index, level, block))
                 return status;
+            place(std::move(block), window, buffer);
+        }
         return LT_STS_Success;
     }
     std::vector<BandBlock> blocks(missing.size());
     const auto convert = [&](size_t slot, const DecodedArea &area) {
-        BandBlock &block = blocks[slot];
-        block.level = level;
-        block.tile = missing[slot];
-        ConvertDecoded(area, layout_, boxes_.palette, CeilShift(header_.x0, level),
-                       CeilShift(header_.y0, level), block);
+        convertTile(missing[slot], level, area, blocks[slot]);
     };
     if (!workers_->decode(missing, level, convert))
         return setLastStatus(LTI_STS_DecodeFailed, "JPEG 2000 decoding: " + workers_->error());
-    for (BandBlock &block : blocks) {
-        CopyBlock(block, window.x, window.y, window.width, window.height, buffer);
-        if (block.y + block.height > window.y + window.height)
-            cache_.keep(std::move(block), window.y);
-    }
+    for (BandBlock &block : blocks)
+        place(std::move(block), window, buffer);
     return LT_STS_Success;
 }
 
-LT_STATUS Jpeg2000Engine::decodeTile(uint32_t index, const Window &window, uint32_t level,
-                                     LTISceneBuffer &buffer) {
-    if (const BandBlock *kept = cache_.find(level, index)) {
-        CopyBlock(*kept, window.x, window.y, window.width, window.height, buffer);
-        return LT_STS_Success;
-    }
+// Copies a decoded tile into the scene and keeps the rows the next strip needs.
+void Jpeg2000Engine::place(BandBlock &&block, const Window &window, LTISceneBuffer &buffer) {
+    CopyBlock(block, window.x, window.y, window.width, window.height, buffer);
+    if (block.y + block.height > window.y + window.height)
+        cache_.keep(std::move(block), window.y + window.height);
+}
+
+void Jpeg2000Engine::convertTile(uint32_t index, uint32_t level, const DecodedArea &area,
+                                 BandBlock &block) const {
+    block.level = level;
+    block.tile = index;
+    ConvertDecoded(area, layout_, boxes_.palette, CeilShift(header_.x0, level),
+                   CeilShift(header_.y0, level), block);
+}
+
+// One tile with the kept codec, on the codec's own threads.
+LT_STATUS Jpeg2000Engine::decodeTile(uint32_t index, uint32_t level, BandBlock &block) {
     LT_STATUS status = LT_STS_Success;
     Jpeg2000Codec *codec = keptCodec(level, status);
     if (codec == nullptr)
@@ -221,14 +235,7 @@ LT_STATUS Jpeg2000Engine::decodeTile(uint32_t index, const Window &window, uint3
         codec_.reset();
         return status;
     }
-    BandBlock block;
-    block.level = level;
-    block.tile = index;
-    ConvertDecoded(area, layout_, boxes_.palette, CeilShift(header_.x0, level),
-                   CeilShift(header_.y0, level), block);
-    CopyBlock(block, window.x, window.y, window.width, window.height, buffer);
-    if (block.y + block.height > window.y + window.height)
-        cache_.keep(std::move(block), window.y); // the next strip needs the rest of it
+    convertTile(index, level, area, block);
     return LT_STS_Success;
 }
 
