@@ -124,7 +124,7 @@ std::unique_ptr<ImageWriter> CreateImageWriter(const std::string &path, uint32_t
     switch (kind) {
 #ifdef IOSID_HOST_HAVE_TIFF
     case OutputKind::Tiff:
-        return CreateTiffWriter(target, width, height, format, georef, options);
+        return LoadTiffWriter()(target, width, height, format, georef, options);
 #endif
 #ifdef IOSID_HOST_HAVE_PNG
     case OutputKind::Png:

@@ -226,3 +226,8 @@ std::unique_ptr<ImageWriter> CreateTiffWriter(const std::filesystem::path &path,
 }
 
 } // namespace iosid::host
+
+// The module's one entry point, which LoadTiffWriter looks up.
+extern "C" __attribute__((visibility("default"))) void *IosidTiffWriterFactory() {
+    return reinterpret_cast<void *>(&iosid::host::CreateTiffWriter);
+}
