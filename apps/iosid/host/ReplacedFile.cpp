@@ -93,8 +93,9 @@ void SyncFile(const std::filesystem::path &path) {
 ReplacedFile::ReplacedFile(const std::filesystem::path &destination) : destination_(destination) {
     static std::atomic<unsigned> counter{0};
     const std::filesystem::path folder = destination.parent_path();
-    const std::string stem = "." + PathToUtf8(destination.filename()) + ".tmp-" +
-                             std::to_string(CurrentProcessId()) + "-";
+    // Appended piece by piece: GCC 12 warns falsely (-Wrestrict) about "." + std::string.
+    std::string stem = ".";
+    stem += PathToUtf8(destination.filename()) + ".tmp-" + std::to_string(CurrentProcessId()) + "-";
     for (int attempt = 0; attempt < 100; ++attempt) {
         temporary_ = folder / PathFromUtf8(stem + std::to_string(counter++));
         const int fd = CreateExclusive(temporary_);
