@@ -18,7 +18,7 @@ namespace {
 
 constexpr uint64_t kValuesShown = 16;
 // tiff-decode writes its output in batches of about this many bytes: small enough to be still in
-// the cache when the kernel copies them (4 MiB batches cost a quarter of a Deflate run there).
+// the processor's cache when the kernel copies them out.
 constexpr uint64_t kBatchBytes = uint64_t{256} << 10;
 
 const char *TypeName(uint16_t type) {
