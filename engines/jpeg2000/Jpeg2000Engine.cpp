@@ -12,6 +12,7 @@
 #include "Jpeg2000TileWorkers.h"
 
 #include "engines/WorldFile.h"
+#include "lti/LTIUtils.h"
 
 #include <algorithm>
 #include <new>
@@ -30,6 +31,7 @@ constexpr uint64_t kThreadedTilePixels = 256 * 256;
 // Reduced tiles up to this many pixels are decoded several at once, one a thread; larger ones
 // give the codec's threads enough code-blocks, and each worker would hold a whole tile.
 constexpr uint64_t kSharedTilePixels = 512 * 512;
+constexpr uint64_t kSharedBatchBytes = 16u << 20; // tiles decoded side by side before placing
 
 uint32_t CeilShift(uint32_t v, uint32_t shift) {
     return static_cast<uint32_t>((uint64_t{v} + (uint64_t{1} << shift) - 1) >> shift);
@@ -197,14 +199,23 @@ LT_STATUS Jpeg2000Engine::decodeTiles(const std::vector<uint32_t> &tiles, const 
         }
         return LT_STS_Success;
     }
-    std::vector<BandBlock> blocks(missing.size());
-    const auto convert = [&](size_t slot, const DecodedArea &area) {
-        convertTile(missing[slot], level, area, blocks[slot]);
-    };
-    if (!workers_->decode(missing, level, convert))
-        return setLastStatus(LTI_STS_DecodeFailed, "JPEG 2000 decoding: " + workers_->error());
-    for (BandBlock &block : blocks)
-        place(std::move(block), window, buffer);
+    // In batches, so that a wide scene's tiles are not all held at once.
+    const uint64_t tileBytes = tilePixels(level) * layout_.bands.size() *
+                               LTIUtils::getNumBytes(layout_.dataType);
+    const size_t batch = static_cast<size_t>(std::max<uint64_t>(
+        kSharedBatchBytes / std::max<uint64_t>(tileBytes, 1), static_cast<uint64_t>(threads_)));
+    for (size_t first = 0; first < missing.size(); first += batch) {
+        const std::vector<uint32_t> some(missing.begin() + first,
+                                         missing.begin() + std::min(first + batch, missing.size()));
+        std::vector<BandBlock> blocks(some.size());
+        const auto convert = [&](size_t slot, const DecodedArea &area) {
+            convertTile(some[slot], level, area, blocks[slot]);
+        };
+        if (!workers_->decode(some, level, convert))
+            return setLastStatus(LTI_STS_DecodeFailed, "JPEG 2000 decoding: " + workers_->error());
+        for (BandBlock &block : blocks)
+            place(std::move(block), window, buffer);
+    }
     return LT_STS_Success;
 }
 
