@@ -1,17 +1,26 @@
-// The code-table lookups; coordinate system extraction: the projected part, the datum chain,
-// ESRI strings and the assembly onto a GCSDef; warps from tie points, pixel scale and matrices.
-#include "georef/GeoTiffExtract.h"
-#include "GeoTiffTestFiles.h"
+// GeoKey bundles and their decoding; GeoTiffExtractKeys on built files (directory checks,
+// references, bounds, failures); the code-table lookups; coordinate system extraction: the
+// projected part, the datum chain, ESRI strings and the assembly onto a GCSDef; warps from tie
+// points, pixel scale and matrices.
+#include "Subsystems/TiffImage/TiffImageRead.h"
+#include "Subsystems/TiffImage/TiffSource.h"
+#include "georef/GeoKeyBundle.h"
 #include "georef/GeoTiffCodes.h"
+#include "georef/GeoTiffExtract.h"
+#include "georef/GeoTiffKeys.h"
 #include "georef/GeoTiffPCS.h"
 #include "georef/GeoTiffParams.h"
 #include "georef/GeoTiffStatus.h"
+#include "georef/GeoTiffTrace.h"
 #include "georef/GeoTiffWarp.h"
+#include "support/GeoTiffTags.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
+#include <string>
+#include <vector>
 
 using namespace georef;
 using gcs::DatumMethod;
@@ -19,11 +28,206 @@ using gcs::DatumParameterID;
 using gcs::ProjectionMethod;
 using gcs::WarpDef;
 using gcs::WarpMethod;
-using georeftest::GeoTiffBuilder;
+using testsupport::GeoKey;
+using GeoTiffBuilder = testsupport::GeoTiffTags;
 using Id = gcs::ProjectionParameterID;
 using P = georef::GeoTiffParams;
 
 namespace {
+
+bool Open(tiff::TiffImageRead &file, const GeoTiffBuilder &builder) {
+    return file.OpenSource(tiff::MakeMemorySource(builder.Build()), L"built.tif");
+}
+
+std::vector<uint32_t> Ids(const GeoKeyBundle &bundle) {
+    std::vector<uint32_t> ids;
+    for (uint32_t i = 0; i < bundle.GetEntryCount(); ++i)
+        ids.push_back(bundle.GetKeyId(i));
+    return ids;
+}
+
+// The entries after the header.
+std::vector<std::vector<uint16_t>> Entries(const GeoKeyBundle &bundle) {
+    std::vector<std::vector<uint16_t>> entries;
+    for (uint32_t i = 1; i < bundle.GetEntryCount(); ++i) {
+        uint16_t w[4];
+        bundle.GetEntry(i, w);
+        entries.push_back({w[0], w[1], w[2], w[3]});
+    }
+    return entries;
+}
+
+// Sorted by id, equal ids in the order added, nothing before the header; a batch sorts once
+// at its end to the same result.
+TEST(GeoKeyBundle, SortedAsAddedOneByOneOrInABatch) {
+    GeoKeyBundle one, batch;
+    batch.BeginBatch();
+    for (GeoKeyBundle *b : {&one, &batch}) {
+        b->AddShort(3076, 9001);
+        b->AddText(3073, "B|");
+        b->AddShort(0, 5);
+        b->AddDouble(2057, 6378137.0);
+        b->AddShort(1024, 1);
+        b->AddShort(3076, 9002);
+        b->AddText(1026, "A|");
+        b->AddDouble(2057, 1.0);
+    }
+    batch.EndBatch();
+    EXPECT_EQ(Ids(one), (std::vector<uint32_t>{1, 0, 1024, 1026, 2057, 2057, 3073, 3076, 3076}));
+    EXPECT_EQ(one.GetShort(one.FindKey(3076)), 9001);
+    EXPECT_EQ(one.GetShort(one.FindKey(3076) + 1), 9002);
+    EXPECT_EQ(one.FindKey(2048), GeoKeyBundle::kNotFound);
+    EXPECT_EQ(Entries(batch), Entries(one));
+    EXPECT_EQ(batch.TextStore(), one.TextStore());
+    EXPECT_EQ(batch.Doubles(), one.Doubles());
+}
+
+TEST(GeoKeyBundle, StoresStopAtSixteenBitOffsets) {
+    GeoKeyBundle bundle;
+    std::vector<double> many(0xFFFF, 1.0);
+    EXPECT_NE(bundle.AddDoubles(3082, 0xFFFF, many.data()), GeoKeyBundle::kNotFound);
+    EXPECT_NE(bundle.AddDouble(3083, 2.0), GeoKeyBundle::kNotFound); // offset 65535 still fits
+    EXPECT_EQ(bundle.AddDouble(3084, 3.0), GeoKeyBundle::kNotFound);
+    EXPECT_EQ(bundle.GetDouble(bundle.FindKey(3083)), 2.0);
+    EXPECT_EQ(bundle.GetEntryCount(), 3u);
+}
+
+TEST(GeoTiffBundleToParams, FieldsByKind) {
+    GeoKeyBundle bundle;
+    bundle.AddShort(1024, 1);
+    bundle.AddShort(3072, 32767);
+    bundle.AddDouble(3082, 1640419.9475065616);
+    bundle.AddDouble(1025, 7.0); // a short field held as a double reads 65535
+    bundle.AddShort(3078, 45);   // a double field held in place reads 0.0
+    bundle.AddShort(2052, 9001); // GeogLinearUnits is decoded as a double
+    bundle.AddText(3073, "UTM|");
+    bundle.AddShort(4096, 5703); // vertical keys are not decoded
+    std::vector<std::string> trace;
+    SetGeoTiffTraceSink([&](const std::string &line) { trace.push_back(line); });
+    GeoTiffParams params;
+    params.GeogToWGS84 = {9.0};
+    EXPECT_TRUE(GeoTiffBundleToParams(bundle, params));
+    SetGeoTiffTraceSink({});
+    EXPECT_EQ(params.GTModelType, 1);
+    EXPECT_EQ(params.ProjectedCSType, 32767);
+    EXPECT_EQ(params.ProjFalseEasting, 1640419.9475065616);
+    EXPECT_EQ(params.GTRasterType, 65535);
+    EXPECT_EQ(params.ProjStdParallel, 0.0);
+    EXPECT_EQ(params.GeogLinearUnits, 0.0);
+    EXPECT_EQ(params.PCSCitation, "UTM|");
+    EXPECT_TRUE(params.GeogToWGS84.empty()); // the record is reset first
+    EXPECT_EQ(trace, (std::vector<std::string>{"Ignoring unsupported GeoKey 1\n",
+                                               "Ignoring unsupported GeoKey 4096\n"}));
+}
+
+struct Extracted {
+    bool ok = false;
+    GeoKeyBundle bundle;
+    shr::ErrorRecord error;
+};
+
+// The bundle starts with one marker key so that "left untouched" can be seen.
+Extracted ExtractKeys(const GeoTiffBuilder &builder, int image = 1) {
+    Extracted result;
+    result.bundle.AddShort(4096, 1234);
+    tiff::TiffImageRead file;
+    EXPECT_TRUE(Open(file, builder));
+    result.ok = GeoTiffExtractKeys(file, image, result.bundle, &result.error);
+    return result;
+}
+
+const std::vector<std::vector<uint16_t>> kMarkerOnly = {{4096, 0, 1, 1234}};
+
+TEST(GeoTiffExtractKeys, UnusableDirectoryLeavesTheBundleAHeaderClearsIt) {
+    const struct {
+        const char *what;
+        std::vector<uint64_t> words; // none: no key directory
+        uint16_t type;
+        std::vector<std::vector<uint16_t>> entries;
+    } cases[] = {
+        {"absent", {}, 3, kMarkerOnly},
+        {"LONG instead of SHORT", {1, 1, 0, 1, 1024, 0, 1, 1}, 4, kMarkerOnly},
+        {"header only", {1, 1, 0, 0}, 3, {}},
+    };
+    for (const auto &c : cases) {
+        GeoTiffBuilder builder;
+        if (!c.words.empty())
+            builder.Shorts(34735, c.words, c.type);
+        const Extracted r = ExtractKeys(builder);
+        EXPECT_TRUE(r.ok) << c.what;
+        EXPECT_EQ(Entries(r.bundle), c.entries) << c.what;
+        if (c.entries.empty()) {
+            EXPECT_EQ(r.bundle.GetEntryCount(), 0u) << c.what; // the header goes too
+        }
+    }
+}
+
+TEST(GeoTiffExtractKeys, ReferencesAtAndPastTheEndOfTheirTag) {
+    struct Case {
+        const char *what;
+        GeoKey key;
+        bool ok;
+    } cases[] = {
+        {"text ending at the tag's end", {1026, 34737, 3, 2}, true}, // "CD|"
+        {"text one past", {1026, 34737, 4, 2}, false},
+        {"doubles ending at the tag's end", {3082, 34736, 2, 1}, true},
+        {"doubles one past", {3082, 34736, 3, 1}, false},
+    };
+    for (const Case &c : cases) {
+        GeoTiffBuilder builder;
+        builder.Keys({{1024, 0, 1, 1}, c.key, {3076, 0, 1, 9001}});
+        builder.Doubles(34736, {1.0, 2.0, 3.0});
+        builder.Text(34737, "ABCD|", 2, false);
+        const Extracted r = ExtractKeys(builder);
+        EXPECT_EQ(r.ok, c.ok) << c.what;
+        if (c.ok) {
+            EXPECT_EQ(r.bundle.GetEntryCount(), 4u) << c.what;
+        } else {
+            // The keys before the failing one stay; the ones after it are never read.
+            EXPECT_EQ(Entries(r.bundle), (std::vector<std::vector<uint16_t>>{{1024, 0, 1, 1}}))
+                << c.what;
+            EXPECT_EQ(r.error.code, kGeoTiffKeyPastTag) << c.what;
+            EXPECT_EQ(r.error.file, L"georef/GeoTiffKeys") << c.what;
+        }
+    }
+}
+
+TEST(GeoTiffExtractKeys, ImagesAndByteOrders) {
+    for (bool bigEndian : {false, true}) {
+        GeoTiffBuilder builder(bigEndian);
+        builder.Keys({{1024, 0, 1, 1}});
+        builder.AddImage();
+        builder.Keys({{1024, 0, 1, 2}, {3082, 34736, 1, 0}, {3073, 34737, 4, 0}});
+        builder.Doubles(34736, {-1234.5});
+        builder.Text(34737, "PCS|");
+        Extracted second = ExtractKeys(builder, 2);
+        ASSERT_TRUE(second.ok);
+        EXPECT_EQ(second.bundle.GetShort(second.bundle.FindKey(1024)), 2);
+        EXPECT_EQ(second.bundle.GetDouble(second.bundle.FindKey(3082)), -1234.5);
+        EXPECT_EQ(second.bundle.GetTextString(second.bundle.FindKey(3073)), "PCS|");
+        EXPECT_EQ(ExtractKeys(builder, 1).bundle.GetShort(1), 1);
+    }
+}
+
+TEST(GeoTiffExtractKeys, ManyKeysInReverseOrderStayBounded) {
+    // The most keys a directory can describe, each needing the sorted insert at the front.
+    std::vector<uint64_t> words = {1, 1, 0, 0xFFFF};
+    for (uint32_t k = 0; k < 0xFFFF; ++k)
+        words.insert(words.end(), {0xFFFF - k, 0, 1, 0});
+    GeoTiffBuilder builder;
+    builder.Shorts(34735, words);
+    Extracted r = ExtractKeys(builder);
+    EXPECT_TRUE(r.ok);
+    EXPECT_EQ(r.bundle.GetEntryCount(), 0x10000u);
+    EXPECT_EQ(r.bundle.GetKeyId(1), 1u);
+
+    words.insert(words.end(), {1024, 0, 1, 1}); // one more than a 16-bit key count
+    builder.Shorts(34735, words);
+    r = ExtractKeys(builder);
+    EXPECT_FALSE(r.ok);
+    EXPECT_EQ(r.error.code, kGeoTiffTooManyKeys);
+}
+
 
 // 0 ends the table; 65537 and -65535 must not match 1 through a 16-bit cut.
 TEST(GeoTIFFCodeToProjType, CodesWithoutARow) {
@@ -96,6 +300,16 @@ TEST(GeoTiffExtractPCS, LinearAndAngularUnits) {
     }
 }
 
+const char *const kEsriUtm10 =
+    "ESRI PE String = PROJCS[\"NAD_1983_UTM_Zone_10N\",GEOGCS[\"GCS_North_American_1983\","
+    "DATUM[\"D_North_American_1983\",SPHEROID[\"GRS_1980\",6378137.0,298.257222101]],"
+    "PRIMEM[\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]],"
+    "PROJECTION[\"Transverse_Mercator\"],PARAMETER[\"False_Easting\",500000.0],"
+    "PARAMETER[\"False_Northing\",0.0],PARAMETER[\"Central_Meridian\",-123.0],"
+    "PARAMETER[\"Scale_Factor\",0.9996],PARAMETER[\"Latitude_Of_Origin\",0.0],"
+    "UNIT[\"Meter\",1.0]]|";
+
+// The method and parameters the keys give; the datum and ellipsoid codes where not 0.
 TEST(GeoTiffExtractPCS, MethodFormsFromKeys) {
     using PM = ProjectionMethod;
     const struct {
@@ -103,6 +317,7 @@ TEST(GeoTiffExtractPCS, MethodFormsFromKeys) {
         void (*keys)(P &);
         PM method;
         std::vector<std::pair<Id, double>> expected;
+        int32_t datum = 0, ellipsoid = 0;
     } cases[] = {
         // clang-format off
         {"UTM north", [](P &p) { p.Projection = 16032; }, PM::UTM, {{Id::Lon0, 9}, {Id::South, 0}}},
@@ -150,6 +365,29 @@ TEST(GeoTiffExtractPCS, MethodFormsFromKeys) {
          PM::LambertConformalConic2SP,
          {{Id::Lon0, 4}, {Id::Lat0, 50}, {Id::XOrg, 150000}, {Id::YOrg, 5400000}, {Id::Lat1, 49},
           {Id::Lat2, 51}, {Id::ScaleFactor, 1}, {Id::LinearScale, 1}}},
+        // UTM's latitude of origin is 0, so the key fills it; the longitude is already 9 and
+        // stays; the scale factor always follows the key.
+        {"predefined system with gaps filled", [](P &p) {
+             p.ProjCoordTrans = 0, p.ProjectedCSType = 32632, p.ProjLinearUnits = 9002;
+             p.ProjOriginLat = 10, p.ProjOriginLong = 3, p.ProjScaleAtOrigin = 0.5;
+         },
+         PM::UTM,
+         {{Id::Lon0, 9}, {Id::Lat0, 10}, {Id::ScaleFactor, 0.5},
+          {Id::LinearScale, 3.280839895013123}},
+         6326, 7030},
+        {"ESRI string, no method from keys",
+         [](P &p) {
+             p.ProjCoordTrans = 0, p.PCSCitation = std::string("Citation: ") + kEsriUtm10;
+         },
+         PM::UTM, {{Id::Lon0, -123}}, 6269},
+        {"ESRI string, a method from the keys wins", [](P &p) { p.PCSCitation = kEsriUtm10; },
+         PM::TransverseMercator, {}},
+        {"ESRI string without the phrase",
+         [](P &p) { p.ProjCoordTrans = 0, p.PCSCitation = std::string(kEsriUtm10).substr(17); },
+         PM::Planar, {}},
+        {"ESRI string, geographic model",
+         [](P &p) { p.GTModelType = 2, p.ProjCoordTrans = 0, p.PCSCitation = kEsriUtm10; },
+         PM::Geographic, {}},
         // clang-format on
     };
     for (const auto &c : cases) {
@@ -160,25 +398,13 @@ TEST(GeoTiffExtractPCS, MethodFormsFromKeys) {
         EXPECT_EQ(pieces.projection.GetMethod(), c.method);
         for (auto [id, value] : c.expected)
             EXPECT_EQ(Params(pieces).Get(id), value) << static_cast<int>(id);
+        if (c.datum) {
+            EXPECT_EQ(pieces.datum.GetPOSC(), c.datum);
+        }
+        if (c.ellipsoid) {
+            EXPECT_EQ(Params(pieces).ellipsoid.GetPOSC(), c.ellipsoid);
+        }
     }
-}
-
-TEST(GeoTiffExtractPCS, PredefinedSystemWithGapsFilled) {
-    GeoTiffParams p = Projected(0);
-    p.ProjectedCSType = 32632;
-    p.ProjLinearUnits = 9002;
-    p.ProjOriginLat = 10;      // UTM's latitude of origin is 0: filled
-    p.ProjOriginLong = 3;      // already 9: kept
-    p.ProjScaleAtOrigin = 0.5; // the scale factor always follows the key
-    const GeoTiffPieces pieces = Decide(p);
-    const gcs::ProjectionParameters &q = Params(pieces);
-    EXPECT_EQ(q.method, ProjectionMethod::UTM);
-    EXPECT_EQ(q.lon0, 9.0);
-    EXPECT_EQ(q.lat0, 10.0);
-    EXPECT_EQ(q.scaleFactor, 0.5);
-    EXPECT_EQ(q.linearScale, 3.280839895013123);
-    EXPECT_EQ(pieces.datum.GetPOSC(), 6326);
-    EXPECT_EQ(q.ellipsoid.GetPOSC(), 7030);
 }
 
 TEST(GeoTiffDecide, EllipsoidsFromKeys) {
@@ -270,42 +496,6 @@ TEST(GeoTiffDecide, UserDefinedDatumFromToWGS84) {
     }
 }
 
-const char *const kEsriUtm10 =
-    "ESRI PE String = PROJCS[\"NAD_1983_UTM_Zone_10N\",GEOGCS[\"GCS_North_American_1983\","
-    "DATUM[\"D_North_American_1983\",SPHEROID[\"GRS_1980\",6378137.0,298.257222101]],"
-    "PRIMEM[\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]],"
-    "PROJECTION[\"Transverse_Mercator\"],PARAMETER[\"False_Easting\",500000.0],"
-    "PARAMETER[\"False_Northing\",0.0],PARAMETER[\"Central_Meridian\",-123.0],"
-    "PARAMETER[\"Scale_Factor\",0.9996],PARAMETER[\"Latitude_Of_Origin\",0.0],"
-    "UNIT[\"Meter\",1.0]]|";
-
-TEST(GeoTiffDecide, EsriPeString) {
-    struct Case {
-        const char *what;
-        uint16_t model;
-        uint16_t coordTrans;
-        std::string citation;
-        ProjectionMethod method;
-    } cases[] = {
-        {"projected, no method from keys", 1, 0, std::string("Citation: ") + kEsriUtm10,
-         ProjectionMethod::UTM},
-        {"a method from the keys wins", 1, 1, kEsriUtm10, ProjectionMethod::TransverseMercator},
-        {"no phrase", 1, 0, std::string(kEsriUtm10).substr(17), ProjectionMethod::Planar},
-        {"geographic model", 2, 0, kEsriUtm10, ProjectionMethod::Geographic},
-    };
-    for (const Case &c : cases) {
-        GeoTiffParams p = Projected(c.coordTrans);
-        p.GTModelType = c.model;
-        p.PCSCitation = c.citation;
-        const GeoTiffPieces pieces = Decide(p);
-        EXPECT_EQ(pieces.projection.GetMethod(), c.method) << c.what;
-        if (c.method == ProjectionMethod::UTM) {
-            EXPECT_EQ(Params(pieces).lon0, -123.0) << c.what;
-            EXPECT_EQ(pieces.datum.GetPOSC(), 6269) << c.what;
-        }
-    }
-}
-
 // End to end on built files: warp, keys, decision and assembly.
 struct Extraction {
     bool ok = false;
@@ -316,7 +506,7 @@ struct Extraction {
 Extraction Extract(const GeoTiffBuilder &builder) {
     Extraction r;
     tiff::TiffImageRead file;
-    EXPECT_TRUE(georeftest::OpenBuilt(file, builder));
+    EXPECT_TRUE(Open(file, builder));
     r.ok = GeoTiffExtract(file, 1, r.system, &r.error);
     return r;
 }
@@ -408,7 +598,7 @@ struct WarpResult {
 WarpResult Read(const GeoTiffBuilder &builder, int image = 1) {
     WarpResult r;
     tiff::TiffImageRead file;
-    EXPECT_TRUE(georeftest::OpenBuilt(file, builder));
+    EXPECT_TRUE(Open(file, builder));
     r.ok = GetGeorefInfoFromGeoTIFF(file, image, r.warp, &r.flag, &r.error);
     return r;
 }
@@ -463,6 +653,12 @@ TEST(GetGeorefInfoFromGeoTIFF, TagCombinations) {
         {"matrix wins, points and flag stay", {kTie, {30, 30, 0}, kMatrix}, WM::Coefficients, 1,
          kFromMatrix, true},
         {"NaN beyond m7", {{}, {}, Matrix(8, kNaN)}, WM::Coefficients, 0, kFromMatrix, false},
+        // Non-finite values reset the warp.
+        {"NaN in the second tie point", {{0, 0, 0, 1, 2, 0, 5, 5, 0, 1, 2, kNaN}}, WM::None, 0, {},
+         false},
+        {"translation overflows", {{10, 0, 0, kHuge, 0, 0}, {-kHuge, 1, 0}}, WM::None, 0, {}, false},
+        {"NaN in m5 after a tie point and scale", {kTie, {30, 30, 0}, Matrix(5, kNaN)}, WM::None, 0,
+         {}, false},
         // clang-format on
     };
     for (const auto &c : cases) {
@@ -472,6 +668,9 @@ TEST(GetGeorefInfoFromGeoTIFF, TagCombinations) {
         EXPECT_EQ(r.warp.GetPointCount(), c.points) << c.what;
         EXPECT_EQ(Coefficients(r.warp), c.coefficients) << c.what;
         EXPECT_EQ(r.flag, c.flag) << c.what;
+        if (c.method == WM::None && c.points == 0) {
+            EXPECT_EQ(r.warp, WarpDef{}) << c.what;
+        }
     }
     // ModelTransformationTag wins; when it is unusable the Intergraph tag is not read.
     GeoTiffBuilder shorts = Build({{}, {}, {}, kMatrix});
@@ -485,23 +684,6 @@ TEST(GetGeorefInfoFromGeoTIFF, SimulatedThirdPoint) {
               (Points{{{0, 0}, {10, 20}}, {{100, 50}, {110, 70}}, {{0, 50}, {10, 70}}}));
     GeoTiffSetWarpMethodByPointCount(r.warp);
     EXPECT_EQ(r.warp.GetMethod(), WarpMethod::Affine);
-}
-
-TEST(GetGeorefInfoFromGeoTIFF, NonFiniteValuesResetTheWarp) {
-    const struct {
-        const char *what;
-        Tags tags;
-    } cases[] = {
-        {"NaN in the second tie point", {{0, 0, 0, 1, 2, 0, 5, 5, 0, 1, 2, kNaN}}},
-        {"translation overflows", {{10, 0, 0, kHuge, 0, 0}, {-kHuge, 1, 0}}},
-        {"NaN in m5 after a tie point and scale", {kTie, {30, 30, 0}, Matrix(5, kNaN)}},
-    };
-    for (const auto &c : cases) {
-        const WarpResult r = Read(Build(c.tags));
-        EXPECT_TRUE(r.ok) << c.what;
-        EXPECT_EQ(r.warp, WarpDef{}) << c.what;
-        EXPECT_FALSE(r.flag) << c.what;
-    }
 }
 
 TEST(GetGeorefInfoFromGeoTIFF, ImageNumbers) {
@@ -538,7 +720,7 @@ TEST(GeoTiffSetWarpMethodByPointCount, Thresholds) {
 // The rebuild in linear units is compared with gdalinfo by the peer test; what it skips is not.
 TEST(GeoTiffRecalculateWarp, NoFinitenessTestNoThirdPointNoMatrix) {
     tiff::TiffImageRead file;
-    ASSERT_TRUE(georeftest::OpenBuilt(
+    ASSERT_TRUE(Open(
         file, Build({{0, 0, 0, 10, 20, 0, 100, 50, 0, kNaN, 70, 0}, {kInf, 1, 0}, kMatrix})));
     WarpDef warp;
     EXPECT_TRUE(GeoTiffRecalculateWarp(file, 1, warp, 3.0));
