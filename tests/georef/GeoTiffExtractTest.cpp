@@ -656,7 +656,7 @@ TEST(GetGeorefInfoFromGeoTIFF, TagCombinations) {
         // Non-finite values reset the warp.
         {"NaN in the second tie point", {{0, 0, 0, 1, 2, 0, 5, 5, 0, 1, 2, kNaN}}, WM::None, 0, {},
          false},
-        {"translation overflows", {{10, 0, 0, kHuge, 0, 0}, {-kHuge, 1, 0}}, WM::None, 0, {}, false},
+        {"overflowing shift", {{10, 0, 0, kHuge, 0, 0}, {-kHuge, 1, 0}}, WM::None, 0, {}, false},
         {"NaN in m5 after a tie point and scale", {kTie, {30, 30, 0}, Matrix(5, kNaN)}, WM::None, 0,
          {}, false},
         // clang-format on
