@@ -2,11 +2,11 @@
 // references, bounds, failures); the code-table lookups; coordinate system extraction: the
 // projected part, the datum chain, ESRI strings and the assembly onto a GCSDef; warps from tie
 // points, pixel scale and matrices.
+#include "georef/GeoTiffExtract.h"
 #include "Subsystems/TiffImage/TiffImageRead.h"
 #include "Subsystems/TiffImage/TiffSource.h"
 #include "georef/GeoKeyBundle.h"
 #include "georef/GeoTiffCodes.h"
-#include "georef/GeoTiffExtract.h"
 #include "georef/GeoTiffKeys.h"
 #include "georef/GeoTiffPCS.h"
 #include "georef/GeoTiffParams.h"
@@ -227,7 +227,6 @@ TEST(GeoTiffExtractKeys, ManyKeysInReverseOrderStayBounded) {
     EXPECT_FALSE(r.ok);
     EXPECT_EQ(r.error.code, kGeoTiffTooManyKeys);
 }
-
 
 // 0 ends the table; 65537 and -65535 must not match 1 through a 16-bit cut.
 TEST(GeoTIFFCodeToProjType, CodesWithoutARow) {
@@ -720,8 +719,8 @@ TEST(GeoTiffSetWarpMethodByPointCount, Thresholds) {
 // The rebuild in linear units is compared with gdalinfo by the peer test; what it skips is not.
 TEST(GeoTiffRecalculateWarp, NoFinitenessTestNoThirdPointNoMatrix) {
     tiff::TiffImageRead file;
-    ASSERT_TRUE(Open(
-        file, Build({{0, 0, 0, 10, 20, 0, 100, 50, 0, kNaN, 70, 0}, {kInf, 1, 0}, kMatrix})));
+    ASSERT_TRUE(
+        Open(file, Build({{0, 0, 0, 10, 20, 0, 100, 50, 0, kNaN, 70, 0}, {kInf, 1, 0}, kMatrix})));
     WarpDef warp;
     EXPECT_TRUE(GeoTiffRecalculateWarp(file, 1, warp, 3.0));
     ASSERT_EQ(warp.GetPointCount(), 2u);
