@@ -528,43 +528,39 @@ TEST(GeoTiffExtract, WarpMethodByPointCountReplacesTheMatrix) {
     EXPECT_FALSE(r.system.HasProjection(false, false));
 }
 
-TEST(GeoTiffExtract, FilesWithoutGeoTiffTags) {
-    GeoTiffBuilder builder;
-    const Extraction r = Extract(builder);
-    EXPECT_TRUE(r.ok);
-    EXPECT_EQ(r.system.GetProjection(), nullptr);
-    EXPECT_EQ(r.system.GetDatum(), nullptr);
-    EXPECT_EQ(r.system.GetWarp(), nullptr);
-    EXPECT_EQ(r.system.GetPOSC(), 0);
-}
-
-TEST(GeoTiffExtract, RefusedPiecesFailTheResultOnly) {
+// A refused piece fails the result but the other pieces stay; no GeoTIFF tags is no failure.
+TEST(GeoTiffExtract, PiecesKeptAndRefused) {
     struct Case {
         const char *what;
         std::vector<testsupport::GeoKey> keys;
         std::vector<double> doubles;
         bool projection, datum;
+        bool tagged; // keys, doubles and a matrix, which gives the warp
     } cases[] = {
         // clang-format off
         {"latitude of origin 100",
          {{1024, 0, 1, 1}, {2050, 0, 1, 6326}, {3072, 0, 1, kUser}, {3075, 0, 1, 1},
           {3081, 34736, 1, 0}},
-         {100.0}, false, true},
+         {100.0}, false, true, true},
         {"prime meridian 200", {{1024, 0, 1, 2}, {2061, 34736, 1, 0}, {2062, 34736, 3, 1}},
-         {200.0, 1, 2, 3}, true, false},
+         {200.0, 1, 2, 3}, true, false, true},
+        {"no GeoTIFF tags", {}, {}, false, false, false},
         // clang-format on
     };
     for (const Case &c : cases) {
         GeoTiffBuilder builder;
-        builder.Keys(c.keys);
-        builder.Doubles(34736, c.doubles);
-        builder.Doubles(34264, kMatrix);
+        if (c.tagged) {
+            builder.Keys(c.keys);
+            builder.Doubles(34736, c.doubles);
+            builder.Doubles(34264, kMatrix);
+        }
         const Extraction r = Extract(builder);
-        EXPECT_FALSE(r.ok) << c.what;
-        EXPECT_EQ(r.error.code, kGeoTiffPieceRefused) << c.what;
+        EXPECT_EQ(r.ok, !c.tagged) << c.what;
+        EXPECT_EQ(r.error.code, c.tagged ? kGeoTiffPieceRefused : 0) << c.what;
         EXPECT_EQ(r.system.GetProjection() != nullptr, c.projection) << c.what;
         EXPECT_EQ(r.system.GetDatum() != nullptr, c.datum) << c.what;
-        EXPECT_NE(r.system.GetWarp(), nullptr) << c.what; // the other pieces stay
+        EXPECT_EQ(r.system.GetWarp() != nullptr, c.tagged) << c.what;
+        EXPECT_EQ(r.system.GetPOSC(), 0) << c.what;
     }
 }
 
