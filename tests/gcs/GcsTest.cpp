@@ -492,15 +492,10 @@ TEST(WarpTransformer, FitsAndInvertsEachMethod) {
 TEST(WarpTransformer, AffineLeastSquaresSpreadsError) {
     const double d = 8.0;
     const std::vector<Vec2d> pixels = {{0, 0}, {100, 0}, {100, 100}, {0, 100}};
-    WarpDef warp = MakeWarp(WarpMethod::Affine, pixels, Affine);
-    WarpDef moved;
-    moved.SetMethod(WarpMethod::Affine);
-    for (size_t i = 0; i < pixels.size(); ++i) {
-        Vec2d map = warp.GetDestinationPoint(i);
-        if (i == 2)
-            map.x += d;
-        moved.AddControlPoint(pixels[i], map);
-    }
+    const WarpDef moved = MakeWarp(WarpMethod::Affine, pixels, [d](const Vec2d &p) {
+        const Vec2d map = Affine(p);
+        return p == Vec2d(100, 100) ? Vec2d(map.x + d, map.y) : map;
+    });
     const WarpTransformer transformer(&moved);
     ASSERT_TRUE(transformer.IsValid());
     const double expectedShift[] = {-d / 4, d / 4, 3 * d / 4, d / 4};
@@ -516,10 +511,8 @@ TEST(WarpTransformer, AffineLeastSquaresSpreadsError) {
 // Two points fit both similarity forms; raster rows run down while map y runs up, so the
 // mirrored one is chosen. (With more points the fit picks the form they follow.)
 TEST(WarpTransformer, SimilarityChoosesOrientation) {
-    WarpDef two;
-    two.SetMethod(WarpMethod::Similarity);
-    two.AddControlPoint({0, 0}, {100, 200});
-    two.AddControlPoint({10, 0}, {130, 200});
+    const WarpDef two = MakeWarp(WarpMethod::Similarity, {{0, 0}, {10, 0}},
+                                 [](const Vec2d &p) { return Vec2d(100 + 3 * p.x, 200); });
     const WarpTransformer mirrored(&two);
     Vec2d below(0, 10);
     ASSERT_TRUE(mirrored.TransformForward(below));
