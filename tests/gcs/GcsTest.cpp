@@ -24,8 +24,8 @@ namespace {
 
 using namespace gcs;
 using DD = DatumDef;
-using DID = gcs::DatumParameterID;
-using ID = gcs::ProjectionParameterID;
+using DID = DatumParameterID;
+using ID = ProjectionParameterID;
 using M = ProjectionMethod;
 using PP = ProjectionParameters;
 namespace Option = ProjectionOption;
@@ -316,7 +316,7 @@ TEST(GCSDef, RefusedPiecesLeaveTheDefinitionAsItWas) {
     const GCSDef before = system;
 
     ProjectionDef bad = good;
-    bad.SetParameter(gcs::ProjectionParameterID::Lat0, 95.0);
+    bad.SetParameter(ProjectionParameterID::Lat0, 95.0);
     EXPECT_THROW(system.SetProjection(&bad), DefinitionError);
     DatumDef badDatum = goodDatum;
     badDatum.SetParameter(DID::ShiftX, NAN);
@@ -330,7 +330,7 @@ TEST(GCSDef, RefusedPiecesLeaveTheDefinitionAsItWas) {
     WarpDef badWarp = MakeWarp(WarpMethod::Affine, FirstPixels(4), Affine);
     badWarp.AddControlPoint({1, 2}, {NAN, 0});
     std::wstring why;
-    EXPECT_FALSE(gcs::CSDef::ValidateWarp(badWarp, &why));
+    EXPECT_FALSE(CSDef::ValidateWarp(badWarp, &why));
     EXPECT_FALSE(why.empty());
     EXPECT_THROW(system.SetWarp(&badWarp), DefinitionError);
     EXPECT_FALSE(system.HasWarp());
@@ -361,7 +361,7 @@ TEST(GCSDef, CompareLooksAtTheDefinitionNotTheIdentity) {
     EXPECT_NE(difference.find(L"datum method"), std::wstring::npos);
 
     // A clone keeps its warp when the original drops it.
-    std::unique_ptr<gcs::CSDef> clone = b.Clone();
+    std::unique_ptr<CSDef> clone = b.Clone();
     b.SetWarp(nullptr);
     EXPECT_EQ(*clone->GetWarp(), warp);
 }
@@ -397,20 +397,20 @@ TEST(MethodParameters, EveryValueTheListHoldsIsOneItsMethodReads) {
              {ID::LinearScale, ID::XOrg, ID::YOrg, ID::Lon0, ID::Lon1, ID::Lon2, ID::Lat0, ID::Lat1,
               ID::Lat2, ID::ScaleFactor, ID::Azimuth, ID::South, ID::GridAngle, ID::Height}) {
             // A geographic system's LinearScale is its axis unit, held but not compared.
-            if (p.method == ProjectionMethod::Geographic && id == ID::LinearScale)
+            if (p.method == M::Geographic && id == ID::LinearScale)
                 continue;
-            if (!gcs::MethodUsesParameter(p.method, p.option, id)) {
+            if (!MethodUsesParameter(p.method, p.option, id)) {
                 EXPECT_EQ(p.Get(id), defaults.Get(id)) << "parameter " << static_cast<int>(id);
             }
         }
-        EXPECT_EQ(p.option & ~gcs::MethodOptionBits(p.method), 0);
+        EXPECT_EQ(p.option & ~MethodOptionBits(p.method), 0);
     }
 }
 
 // The search by value: units and tolerance matter, and of several equal entries the code a
 // definition was built from is the answer, not the first equal one.
 TEST(KnownLists, FindSystem) {
-    const gcs::CSList &list = GCSKnownSystemsList;
+    const CSList &list = GCSKnownSystemsList;
     const struct {
         int32_t code;
         int32_t lowerEqual; // an equal entry earlier in the list
@@ -434,13 +434,13 @@ TEST(KnownLists, FindSystem) {
     // The same projection in feet is another system.
     GCSDef metres = *list.GetSystem(list.FindByPOSCNumber(2227));
     metres.SetPOSC(0);
-    gcs::ProjectionDef inMetres = *metres.GetProjection();
+    ProjectionDef inMetres = *metres.GetProjection();
     inMetres.SetParameter(ID::LinearScale, 1.0);
     metres.SetProjection(&inMetres);
     EXPECT_EQ(list.EnumPOSC(list.FindSystem(metres, true, false)), 26943);
 
     // A value within tolerance is found; a real change is not.
-    gcs::ProjectionDef nudged = inMetres;
+    ProjectionDef nudged = inMetres;
     nudged.SetParameter(ID::XOrg, inMetres.GetParameters().xOrg + 1e-4);
     metres.SetProjection(&nudged);
     EXPECT_NE(list.FindSystem(metres, true, false), 0);
@@ -615,11 +615,9 @@ std::string Nested(int depth) {
     return text + std::string(static_cast<size_t>(depth), ']');
 }
 
-gcs::ProjectionParameters Params(const gcs::GCSDef &def) {
-    return def.GetProjection()->GetParameters();
-}
+ProjectionParameters Params(const GCSDef &def) { return def.GetProjection()->GetParameters(); }
 
-bool Convert(const std::string &wkt, gcs::GCSDef &def) {
+bool Convert(const std::string &wkt, GCSDef &def) {
     std::wstring message;
     const bool ok = gcsfile::ConvertWktToGCSDef(wkt, def, &message);
     EXPECT_TRUE(ok) << shr::WtoA(message) << "\n" << wkt;
@@ -629,11 +627,11 @@ bool Convert(const std::string &wkt, gcs::GCSDef &def) {
 // A prime meridian other than Paris is in the GEOGCS unit: 10 grads are 9 degrees. (Paris is
 // written in degrees, as GDAL and ESRI do; the peer test reads EPSG's Paris systems.)
 TEST(WktConvert, PrimeMeridianInTheAngularUnit) {
-    gcs::GCSDef grads;
+    GCSDef grads;
     ASSERT_TRUE(Convert("GEOGCS[\"g\",DATUM[\"d\",SPHEROID[\"s\",6378137,298.257223563]],"
                         "PRIMEM[\"Somewhere\",10],UNIT[\"grad\",0.0157079632679489]]",
                         grads));
-    EXPECT_NEAR(grads.GetDatum()->GetParameter(gcs::DatumParameterID::PrimeMeridian), 9.0, 1e-12);
+    EXPECT_NEAR(grads.GetDatum()->GetParameter(DatumParameterID::PrimeMeridian), 9.0, 1e-12);
 }
 
 // Names and forms PROJ does not write for EPSG systems (the peer test reads those): values
@@ -649,24 +647,24 @@ TEST(WktConvert, MethodForms) {
         {"OGC Krovak south west",
          Projcs("Krovak", "PARAMETER[\"azimuth\",30.29]",
                 "UNIT[\"metre\",1],AXIS[\"X\",SOUTH],AXIS[\"Y\",WEST]"),
-         ProjectionMethod::Krovak, 0, 0, 0, 0},
-        {"Bonne parallel", Projcs("Bonne", "PARAMETER[\"Standard_Parallel_1\",40]"),
-         ProjectionMethod::Bonne, 0, 40, 0, 0},
+         M::Krovak, 0, 0, 0, 0},
+        {"Bonne parallel", Projcs("Bonne", "PARAMETER[\"Standard_Parallel_1\",40]"), M::Bonne, 0,
+         40, 0, 0},
         {"EPSG name with spaces",
          Projcs("Lambert Conic Conformal (West Orientated)",
                 "PARAMETER[\"Latitude of natural origin\",70.5]"),
-         ProjectionMethod::LambertConformalConicWest, 0, 70.5, 0, 0},
+         M::LambertConformalConicWest, 0, 70.5, 0, 0},
         {"ESRI Local",
          Projcs("Local", "PARAMETER[\"Scale_Factor\",1],PARAMETER[\"Azimuth\",0],"
                          "PARAMETER[\"Latitude_Of_Center\",30]"),
-         ProjectionMethod::Orthographic, 0, 30, 0, 0},
+         M::Orthographic, 0, 30, 0, 0},
     };
     for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
-        gcs::GCSDef def;
+        GCSDef def;
         if (!Convert(test.wkt, def))
             continue;
-        const gcs::ProjectionParameters p = Params(def);
+        const ProjectionParameters p = Params(def);
         EXPECT_EQ(p.method, test.method);
         EXPECT_EQ(p.option, test.option);
         EXPECT_EQ(p.lat0, test.lat0);
@@ -676,21 +674,21 @@ TEST(WktConvert, MethodForms) {
 }
 
 TEST(WktConvert, CompoundLocalAndRadians) {
-    gcs::GCSDef compound;
+    GCSDef compound;
     ASSERT_TRUE(Convert("COMPD_CS[\"c\"," + kUtm +
                             ",VERT_CS[\"h\",VERT_DATUM[\"v\",2005],UNIT[\"metre\",1]]]",
                         compound));
     EXPECT_EQ(Params(compound).scaleFactor, 0.9996);
 
-    gcs::GCSDef local;
+    GCSDef local;
     ASSERT_TRUE(Convert("LOCAL_CS[\"site grid\",LOCAL_DATUM[\"x\",0],UNIT[\"foot\",0.3048],"
                         "AXIS[\"X\",EAST],AXIS[\"Y\",NORTH]]",
                         local));
-    EXPECT_EQ(Params(local).method, ProjectionMethod::Planar);
+    EXPECT_EQ(Params(local).method, M::Planar);
     EXPECT_EQ(Params(local).linearScale, 1.0 / 0.3048);
     EXPECT_EQ(local.GetDatum(), nullptr);
 
-    gcs::GCSDef inRadians;
+    GCSDef inRadians;
     const std::string wkt = "PROJCS[\"P\"," + Geogcs("UNIT[\"radian\",1]") +
                             ",PROJECTION[\"Transverse_Mercator\"],"
                             "PARAMETER[\"central_meridian\",0.1],UNIT[\"metre\",1]]";
@@ -701,15 +699,13 @@ TEST(WktConvert, CompoundLocalAndRadians) {
 // A definition read keeps the system's warp; a failed one changes nothing (the cases below
 // check the name and projection of an untouched system).
 TEST(WktConvert, KeepsTheWarp) {
-    gcs::GCSDef def;
-    gcs::WarpDef warp;
-    warp.SetMethod(gcs::WarpMethod::Coefficients);
-    warp.SetCoefficients(30, 0, 500000, 0, -30, 4000000);
+    GCSDef def;
+    const WarpDef warp = MakeWarp(WarpMethod::Affine, FirstPixels(3), Affine);
     def.SetWarp(&warp);
     ASSERT_TRUE(Convert(kUtm, def));
     ASSERT_TRUE(def.HasWarp());
     EXPECT_EQ(*def.GetWarp(), warp);
-    const gcs::GCSDef before = def;
+    const GCSDef before = def;
     std::wstring message;
     EXPECT_FALSE(gcsfile::ConvertWktToGCSDef(std::string("PROJCS[\"broken\""), def, &message));
     EXPECT_TRUE(def.Compare(before, false, nullptr));
@@ -747,7 +743,7 @@ TEST(WktConvert, MalformedOrUnsupportedTextIsReported) {
     };
     for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
-        gcs::GCSDef def;
+        GCSDef def;
         def.SetName(L"untouched");
         std::wstring message;
         EXPECT_FALSE(gcsfile::ConvertWktToGCSDef(test.wkt, def, &message));
