@@ -45,27 +45,25 @@ struct Slot {
     Kind kind;
 };
 
-const std::map<int, Form> &Methods() {
-    namespace O = gcs::ProjectionOption;
-    static const std::map<int, Form> methods = {
-#define EPSG_METHOD(code, method, options) {code, {gcs::ProjectionMethod::method, options}},
-#define EPSG_PARAMETER(code, id, kind)
-#include "epsg_methods.inc"
-#undef EPSG_METHOD
-#undef EPSG_PARAMETER
-    };
-    return methods;
-}
+struct Tables {
+    std::map<int, Form> methods;
+    std::map<int, Slot> parameters;
+};
 
-const std::map<int, Slot> &Parameters() {
-    static const std::map<int, Slot> parameters = {
-#define EPSG_METHOD(code, method, options)
-#define EPSG_PARAMETER(code, id, kind) {code, {gcs::ProjectionParameterID::id, Kind::kind}},
+const Tables &Generated() {
+    static const Tables tables = [] {
+        namespace O = gcs::ProjectionOption;
+        Tables t;
+#define EPSG_METHOD(code, method, options)                                                         \
+    t.methods.emplace(code, Form{gcs::ProjectionMethod::method, options});
+#define EPSG_PARAMETER(code, id, kind)                                                             \
+    t.parameters.emplace(code, Slot{gcs::ProjectionParameterID::id, Kind::kind});
 #include "epsg_methods.inc"
 #undef EPSG_METHOD
 #undef EPSG_PARAMETER
-    };
-    return parameters;
+        return t;
+    }();
+    return tables;
 }
 
 // Each value PROJ gives (by EPSG parameter code, or PROJ's own name for the two-point forms)
@@ -77,13 +75,13 @@ void ExpectParameters(const gcs::ProjectionParameters &ours, const peer::proj::S
                                                          {"Longitude of 1st point", ID::Lon1},
                                                          {"Latitude of 2nd point", ID::Lat2},
                                                          {"Longitude of 2nd point", ID::Lon2}};
+    const std::map<int, Slot> &slots = Generated().parameters;
     std::set<ID> given;
     for (const peer::proj::Parameter &parameter : peer.parameters) {
-        const auto code = Parameters().find(parameter.code);
+        const auto code = slots.find(parameter.code);
         const auto name = kProjNames.find(parameter.name);
-        ASSERT_TRUE(code != Parameters().end() || name != kProjNames.end()) << parameter.name;
-        const Slot slot =
-            code != Parameters().end() ? code->second : Slot{name->second, Kind::angle};
+        ASSERT_TRUE(code != slots.end() || name != kProjNames.end()) << parameter.name;
+        const Slot slot = code != slots.end() ? code->second : Slot{name->second, Kind::angle};
         given.insert(slot.id);
         const double difference = ours.Get(slot.id) - parameter.value;
         EXPECT_LE(
@@ -260,8 +258,8 @@ void CompareDatum(const gcs::GCSDef &ours, const proj::Datum &peer) {
 
 // Which slot the PROJ conversion fills, and the value; UTM zones also give the South flag.
 Form ExpectedForm(const proj::System &peer) {
-    auto found = Methods().find(peer.methodCode);
-    if (found == Methods().end())
+    auto found = Generated().methods.find(peer.methodCode);
+    if (found == Generated().methods.end())
         return {ProjectionMethod::Unknown, 0};
     static const std::regex utmZone("UTM zone [1-9][0-9]?[NS]");
     if (peer.methodCode == 9807 && std::regex_match(peer.conversionName, utmZone))
