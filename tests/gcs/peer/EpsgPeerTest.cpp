@@ -26,22 +26,20 @@ namespace {
 
 namespace proj = peer::proj;
 
-using gcs::GCSKnownDatumsList;
-using gcs::GCSKnownEllipsoidsList;
-using gcs::GCSKnownLinearUnitsList;
-using gcs::GCSKnownSystemsList;
-using gcs::ProjectionMethod;
+using namespace gcs;
+using DID = DatumParameterID;
+using ID = ProjectionParameterID;
 
 // The generator's EPSG method and parameter tables, read from its output.
 enum class Kind { angle, length, scale };
 
 struct Form {
-    gcs::ProjectionMethod method;
+    ProjectionMethod method;
     int32_t option;
 };
 
 struct Slot {
-    gcs::ProjectionParameterID id;
+    ID id;
     Kind kind;
 };
 
@@ -52,12 +50,11 @@ struct Tables {
 
 const Tables &Generated() {
     static const Tables tables = [] {
-        namespace O = gcs::ProjectionOption;
+        namespace O = ProjectionOption;
         Tables t;
 #define EPSG_METHOD(code, method, options)                                                         \
-    t.methods.emplace(code, Form{gcs::ProjectionMethod::method, options});
-#define EPSG_PARAMETER(code, id, kind)                                                             \
-    t.parameters.emplace(code, Slot{gcs::ProjectionParameterID::id, Kind::kind});
+    t.methods.emplace(code, Form{ProjectionMethod::method, options});
+#define EPSG_PARAMETER(code, id, kind) t.parameters.emplace(code, Slot{ID::id, Kind::kind});
 #include "epsg_methods.inc"
 #undef EPSG_METHOD
 #undef EPSG_PARAMETER
@@ -69,8 +66,7 @@ const Tables &Generated() {
 // Each value PROJ gives (by EPSG parameter code, or PROJ's own name for the two-point forms)
 // within a tolerance by kind, longitudes modulo whole turns; nothing else but UTM's South flag
 // and the pole a polar stereographic B or C implies.
-void ExpectParameters(const gcs::ProjectionParameters &ours, const peer::proj::System &peer) {
-    using ID = gcs::ProjectionParameterID;
+void ExpectParameters(const ProjectionParameters &ours, const peer::proj::System &peer) {
     static const std::map<std::string, ID> kProjNames = {{"Latitude of 1st point", ID::Lat1},
                                                          {"Longitude of 1st point", ID::Lon1},
                                                          {"Latitude of 2nd point", ID::Lat2},
@@ -91,14 +87,13 @@ void ExpectParameters(const gcs::ProjectionParameters &ours, const peer::proj::S
                                        : 1e-9)
             << parameter.name << ": ours " << ours.Get(slot.id) << ", PROJ " << parameter.value;
     }
-    if (ours.method == gcs::ProjectionMethod::UTM)
+    if (ours.method == ProjectionMethod::UTM)
         given.insert(ID::South);
-    namespace Option = gcs::ProjectionOption;
-    if (ours.option & (Option::PolarVariantB | Option::PolarVariantC)) {
+    if (ours.option & (ProjectionOption::PolarVariantB | ProjectionOption::PolarVariantC)) {
         EXPECT_EQ(ours.lat0, ours.lat1 < 0.0 ? -90.0 : 90.0); // centred on the pole
         given.insert(ID::Lat0);
     }
-    const gcs::ProjectionParameters defaults;
+    const ProjectionParameters defaults;
     for (ID id : {ID::XOrg, ID::YOrg, ID::Lon0, ID::Lon1, ID::Lon2, ID::Lat0, ID::Lat1, ID::Lat2,
                   ID::ScaleFactor, ID::Azimuth, ID::South, ID::GridAngle, ID::Height})
         if (!given.count(id)) {
@@ -106,12 +101,10 @@ void ExpectParameters(const gcs::ProjectionParameters &ours, const peer::proj::S
         }
 }
 
-gcs::DatumParameterID ShiftId(int k) {
-    return static_cast<gcs::DatumParameterID>(static_cast<int>(gcs::DatumParameterID::ShiftX) + k);
-}
+DID ShiftId(int k) { return static_cast<DID>(static_cast<int>(DID::ShiftX) + k); }
 
 // The seven TOWGS84 values of a datum against PROJ's.
-void ExpectShifts(const gcs::DatumDef &datum, const std::vector<double> &shift) {
+void ExpectShifts(const DatumDef &datum, const std::vector<double> &shift) {
     for (int k = 0; k < 7; ++k)
         EXPECT_NEAR(datum.GetParameter(ShiftId(k)), shift.at(static_cast<size_t>(k)), 1e-9) << k;
 }
@@ -170,14 +163,14 @@ TEST(EpsgListsPeer, DatumsAgree) {
     }
     std::map<int32_t, int32_t> geographicOf; // datum -> a geographic system on it
     for (int i = GCSKnownSystemsList.First(); i <= GCSKnownSystemsList.Last(); ++i) {
-        const gcs::GCSDef &system = *GCSKnownSystemsList.GetSystem(i);
-        if (system.GetProjection()->GetMethod() == gcs::ProjectionMethod::Geographic)
+        const GCSDef &system = *GCSKnownSystemsList.GetSystem(i);
+        if (system.GetProjection()->GetMethod() == ProjectionMethod::Geographic)
             geographicOf.emplace(system.GetDatum()->GetPOSC(), system.GetPOSC());
     }
     std::set<int> ours;
     int shifts = 0;
     for (int i = GCSKnownDatumsList.First(); i <= GCSKnownDatumsList.Last(); ++i) {
-        const gcs::DatumDef &datum = *GCSKnownDatumsList.GetDatum(i);
+        const DatumDef &datum = *GCSKnownDatumsList.GetDatum(i);
         SCOPED_TRACE("datum EPSG:" + std::to_string(datum.GetPOSC()));
         ours.insert(datum.GetPOSC());
         proj::PjPtr object = proj::FromDatabase(datum.GetPOSC(), PJ_CATEGORY_DATUM);
@@ -185,12 +178,10 @@ TEST(EpsgListsPeer, DatumsAgree) {
         const std::optional<proj::Datum> peer = proj::ReadDatum(object.get());
         ASSERT_TRUE(peer.has_value());
         EXPECT_EQ(datum.GetEllipsoid().GetPOSC(), peer->ellipsoid.code);
-        EXPECT_NEAR(datum.GetParameter(gcs::DatumParameterID::PrimeMeridian), peer->primeMeridian,
-                    1e-10);
+        EXPECT_NEAR(datum.GetParameter(DID::PrimeMeridian), peer->primeMeridian, 1e-10);
         EXPECT_EQ(datum.GetName(), shr::AtoW(proj_get_name(object.get())));
         const auto geographic = geographicOf.find(datum.GetPOSC());
-        if (datum.GetMethod() == gcs::DatumMethod::EllipsoidOnly ||
-            geographic == geographicOf.end())
+        if (datum.GetMethod() == DatumMethod::EllipsoidOnly || geographic == geographicOf.end())
             continue;
         const auto shift = proj::BoundToWgs84(geographic->second);
         shifts += shift.has_value();
@@ -209,7 +200,7 @@ TEST(EpsgListsPeer, EllipsoidsAgree) {
         SCOPED_TRACE("ellipsoid EPSG:" + std::to_string(code));
         const int index = GCSKnownEllipsoidsList.FindByPOSCNumber(code);
         ASSERT_GE(index, GCSKnownEllipsoidsList.First());
-        const gcs::EllipsoidDef &ours = *GCSKnownEllipsoidsList.GetEllipsoid(index);
+        const EllipsoidDef &ours = *GCSKnownEllipsoidsList.GetEllipsoid(index);
         proj::PjPtr object = proj::FromDatabase(code, PJ_CATEGORY_ELLIPSOID);
         const std::optional<proj::Ellipsoid> peer = proj::ReadEllipsoid(object.get());
         ASSERT_TRUE(peer.has_value());
@@ -244,16 +235,15 @@ TEST(EpsgListsPeer, LinearUnitsAgree) {
     EXPECT_EQ(listed, GCSKnownLinearUnitsList.Count());
 }
 
-void CompareDatum(const gcs::GCSDef &ours, const proj::Datum &peer) {
-    const gcs::DatumDef &datum = *ours.GetDatum();
+void CompareDatum(const GCSDef &ours, const proj::Datum &peer) {
+    const DatumDef &datum = *ours.GetDatum();
     EXPECT_EQ(datum.GetPOSC(), peer.code);
-    const gcs::EllipsoidDef &ellipsoid = datum.GetEllipsoid();
+    const EllipsoidDef &ellipsoid = datum.GetEllipsoid();
     EXPECT_EQ(ellipsoid.GetPOSC(), peer.ellipsoid.code);
     EXPECT_NEAR(ellipsoid.GetMajorRadius(), peer.ellipsoid.major, 1e-6);
     EXPECT_NEAR(ellipsoid.GetMinorRadius(), peer.ellipsoid.minor, 1e-6);
     EXPECT_NEAR(ellipsoid.GetInverseFlattening(), peer.ellipsoid.inverseFlattening, 1e-9);
-    EXPECT_NEAR(datum.GetParameter(gcs::DatumParameterID::PrimeMeridian), peer.primeMeridian,
-                1e-10);
+    EXPECT_NEAR(datum.GetParameter(DID::PrimeMeridian), peer.primeMeridian, 1e-10);
 }
 
 // Which slot the PROJ conversion fills, and the value; UTM zones also give the South flag.
@@ -267,7 +257,7 @@ Form ExpectedForm(const proj::System &peer) {
     return found->second;
 }
 
-void CompareProjection(const gcs::ProjectionParameters &ours, const proj::System &peer) {
+void CompareProjection(const ProjectionParameters &ours, const proj::System &peer) {
     const Form form = ExpectedForm(peer);
     ASSERT_NE(form.method, ProjectionMethod::Unknown) << "PROJ method " << peer.methodCode;
     EXPECT_EQ(static_cast<int>(ours.method), static_cast<int>(form.method));
@@ -280,15 +270,15 @@ void CompareProjection(const gcs::ProjectionParameters &ours, const proj::System
 }
 
 TEST(EpsgSystemsPeer, EverySystemAgreesWithProj) {
-    const gcs::CSList &list = gcs::GCSKnownSystemsList;
+    const CSList &list = GCSKnownSystemsList;
     for (int i = list.First(); i <= list.Last(); ++i) {
-        const gcs::GCSDef &ours = *list.GetSystem(i);
+        const GCSDef &ours = *list.GetSystem(i);
         SCOPED_TRACE("EPSG:" + std::to_string(ours.GetPOSC()));
         const std::optional<proj::System> peer = proj::ReadSystem(ours.GetPOSC());
         ASSERT_TRUE(peer.has_value()) << "PROJ does not know it";
         EXPECT_EQ(ours.GetName(), shr::AtoW(peer->name));
         CompareDatum(ours, peer->datum);
-        const gcs::ProjectionParameters &params = ours.GetProjection()->GetParameters();
+        const ProjectionParameters &params = ours.GetProjection()->GetParameters();
         if (peer->type == PJ_TYPE_GEOGRAPHIC_2D_CRS) {
             EXPECT_EQ(static_cast<int>(params.method), 1);
             // Axis units per degree times radians per axis unit: radians per degree.
@@ -316,9 +306,9 @@ std::string CrsWkt(const PJ *crs, PJ_WKT_TYPE type) {
 // transverse Mercator, we see the UTM values), the modified azimuthal equidistant and the
 // spherical Lambert azimuthal written under their plain names, and a Krovak without AXIS
 // nodes, which WKT 1 takes as east and north. ESRI text carries no TOWGS84.
-bool ExplainedByWkt1(const gcs::GCSDef &ours, const gcs::GCSDef &entry, bool esri) {
-    gcs::ProjectionParameters a = ours.GetProjection()->GetParameters();
-    const gcs::ProjectionParameters &b = entry.GetProjection()->GetParameters();
+bool ExplainedByWkt1(const GCSDef &ours, const GCSDef &entry, bool esri) {
+    ProjectionParameters a = ours.GetProjection()->GetParameters();
+    const ProjectionParameters &b = entry.GetProjection()->GetParameters();
     if (a.method == ProjectionMethod::UTM && b.method == ProjectionMethod::TransverseMercator) {
         a.method = b.method;
         a.south = b.south;
@@ -329,11 +319,11 @@ bool ExplainedByWkt1(const gcs::GCSDef &ours, const gcs::GCSDef &entry, bool esr
     if (a.method == ProjectionMethod::LambertAzimuthalEqualArea ||
         a.method == ProjectionMethod::Krovak)
         a.option = b.option;
-    gcs::GCSDef adjusted = ours;
-    gcs::ProjectionDef projection(a);
+    GCSDef adjusted = ours;
+    ProjectionDef projection(a);
     adjusted.SetProjection(&projection);
-    gcs::DatumDef datum = *ours.GetDatum();
-    if (esri && datum.GetMethod() == gcs::DatumMethod::EllipsoidOnly) {
+    DatumDef datum = *ours.GetDatum();
+    if (esri && datum.GetMethod() == DatumMethod::EllipsoidOnly) {
         datum.SetMethod(entry.GetDatum()->GetMethod(), false);
         for (int k = 0; k < 7; ++k)
             datum.SetParameter(ShiftId(k), entry.GetDatum()->GetParameter(ShiftId(k)));
@@ -346,27 +336,26 @@ bool ExplainedByWkt1(const gcs::GCSDef &ours, const gcs::GCSDef &entry, bool esr
 void ExpectAsProjDefinesIt(const std::string &wkt, ProjectionMethod method,
                            const proj::System &peer) {
     SCOPED_TRACE(wkt);
-    gcs::GCSDef ours;
+    GCSDef ours;
     std::wstring why;
     ASSERT_TRUE(gcsfile::ConvertWktToGCSDef(wkt, ours, &why)) << shr::WtoA(why);
-    const gcs::ProjectionParameters &p = ours.GetProjection()->GetParameters();
+    const ProjectionParameters &p = ours.GetProjection()->GetParameters();
     EXPECT_EQ(p.method, method);
     if (method == ProjectionMethod::Geographic) // units per degree times radians per unit
         EXPECT_NEAR(p.linearScale * peer.metresPerUnit, std::numbers::pi / 180.0, 1e-15);
     else
         EXPECT_NEAR(1.0 / p.linearScale, peer.metresPerUnit, 1e-12);
-    const gcs::EllipsoidDef &ellipsoid = ours.GetDatum()->GetEllipsoid();
+    const EllipsoidDef &ellipsoid = ours.GetDatum()->GetEllipsoid();
     EXPECT_NEAR(ellipsoid.GetMajorRadius(), peer.datum.ellipsoid.major, 1e-6);
     EXPECT_NEAR(ellipsoid.GetMinorRadius(), peer.datum.ellipsoid.minor, 1e-6);
-    EXPECT_NEAR(ours.GetDatum()->GetParameter(gcs::DatumParameterID::PrimeMeridian),
-                peer.datum.primeMeridian, 1e-9);
+    EXPECT_NEAR(ours.GetDatum()->GetParameter(DID::PrimeMeridian), peer.datum.primeMeridian, 1e-9);
     ExpectParameters(p, peer);
 }
 
 // Every EPSG system in both flavours is the system the list holds under its code; systems of
 // left-out methods are refused.
 TEST(WktPeer, EveryEpsgSystemReadsAsTheListHoldsIt) {
-    const gcs::CSList &list = gcs::GCSKnownSystemsList;
+    const CSList &list = GCSKnownSystemsList;
     std::vector<std::string> failures;
     int compared = 0, refused = 0;
     for (PJ_TYPE type : {PJ_TYPE_PROJECTED_CRS, PJ_TYPE_GEOGRAPHIC_2D_CRS}) {
@@ -384,7 +373,7 @@ TEST(WktPeer, EveryEpsgSystemReadsAsTheListHoldsIt) {
                     continue; // no WKT 1 form
                 const std::string label = "EPSG:" + std::to_string(code) +
                                           (flavour == PJ_WKT1_GDAL ? " OGC: " : " ESRI: ");
-                gcs::GCSDef ours;
+                GCSDef ours;
                 std::wstring why;
                 const bool read = gcsfile::ConvertWktToGCSDef(wkt, ours, &why);
                 if (leftOut) {
@@ -394,7 +383,7 @@ TEST(WktPeer, EveryEpsgSystemReadsAsTheListHoldsIt) {
                     continue;
                 }
                 ++compared;
-                const gcs::GCSDef &entry = *list.GetSystem(index);
+                const GCSDef &entry = *list.GetSystem(index);
                 if (!read) {
                     failures.push_back(label + shr::WtoA(why) + "\n    " + wkt);
                     continue;
@@ -478,11 +467,11 @@ TEST(WktPeer, Towgs84OfBoundSystemsIsTheOneProjPicks) {
         const std::optional<std::vector<double>> shift = proj::BoundToWgs84(code);
         ASSERT_TRUE(bound && shift);
         const std::string wkt = CrsWkt(bound.get(), PJ_WKT1_GDAL);
-        gcs::GCSDef ours;
+        GCSDef ours;
         std::wstring why;
         ASSERT_TRUE(gcsfile::ConvertWktToGCSDef(wkt, ours, &why)) << shr::WtoA(why) << "\n" << wkt;
-        const gcs::DatumDef &datum = *ours.GetDatum();
-        EXPECT_NE(datum.GetMethod(), gcs::DatumMethod::EllipsoidOnly);
+        const DatumDef &datum = *ours.GetDatum();
+        EXPECT_NE(datum.GetMethod(), DatumMethod::EllipsoidOnly);
         ExpectShifts(datum, *shift);
     }
 }
