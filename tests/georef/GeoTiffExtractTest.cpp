@@ -22,15 +22,11 @@
 #include <string>
 #include <vector>
 
+using namespace gcs;
 using namespace georef;
-using gcs::DatumMethod;
-using gcs::DatumParameterID;
-using gcs::ProjectionMethod;
-using gcs::WarpDef;
-using gcs::WarpMethod;
 using testsupport::GeoKey;
 using GeoTiffBuilder = testsupport::GeoTiffTags;
-using Id = gcs::ProjectionParameterID;
+using Id = ProjectionParameterID;
 using P = georef::GeoTiffParams;
 
 namespace {
@@ -268,7 +264,7 @@ GeoTiffParams Projected(uint16_t coordTrans) {
     return p;
 }
 
-const gcs::ProjectionParameters &Params(const GeoTiffPieces &pieces) {
+const ProjectionParameters &Params(const GeoTiffPieces &pieces) {
     return pieces.projection.GetParameters();
 }
 
@@ -428,7 +424,7 @@ TEST(GeoTiffDecide, EllipsoidsFromKeys) {
         p.GeogSemiMinorAxis = c.minor;
         p.GeogInvFlattening = c.inverseFlattening;
         const GeoTiffPieces pieces = Decide(p);
-        const gcs::EllipsoidDef &e = pieces.projection.GetEllipsoid();
+        const EllipsoidDef &e = pieces.projection.GetEllipsoid();
         EXPECT_EQ(e.GetPOSC(), c.code < 0 ? 7008 : c.code) << c.what; // else Clarke 1866
         if (c.code == 0) {
             EXPECT_EQ(e.GetMajorRadius(), c.major) << c.what;
@@ -461,7 +457,7 @@ TEST(GeoTiffDecide, DatumChain) {
     for (const auto &c : cases) {
         GeoTiffParams p;
         c.keys(p);
-        const gcs::DatumDef datum = Decide(p).datum;
+        const DatumDef datum = Decide(p).datum;
         if (c.datum > 0) {
             EXPECT_EQ(datum.GetPOSC(), c.datum) << c.what;
         } else if (c.datum == 0) {
@@ -480,7 +476,7 @@ TEST(GeoTiffDecide, UserDefinedDatumFromToWGS84) {
     p.GeogPrimeMeridianLong = 2.5;
     p.GeogEllipsoid = 7022;
     const GeoTiffPieces pieces = Decide(p);
-    const gcs::DatumDef &three = pieces.datum;
+    const DatumDef &three = pieces.datum;
     EXPECT_EQ(three.GetMethod(), DatumMethod::ThreeParameter);
     EXPECT_TRUE(three.IsUserDefined());
     EXPECT_EQ(three.GetParameter(DatumParameterID::ShiftX), -87);
@@ -498,7 +494,7 @@ TEST(GeoTiffDecide, UserDefinedDatumFromToWGS84) {
 // End to end on built files: warp, keys, decision and assembly.
 struct Extraction {
     bool ok = false;
-    gcs::GCSDef system;
+    GCSDef system;
     shr::ErrorRecord error;
 };
 
@@ -601,7 +597,7 @@ WarpResult Read(const GeoTiffBuilder &builder, int image = 1) {
 std::vector<double> Coefficients(const WarpDef &warp) {
     if (!warp.HasCoefficients())
         return {};
-    const gcs::AffineCoefficients &c = warp.GetCoefficients();
+    const AffineCoefficients &c = warp.GetCoefficients();
     return {c.a, c.b, c.c, c.d, c.e, c.f};
 }
 

@@ -27,9 +27,9 @@
 extern "C" void *XTIFFOpen(const char *name, const char *mode);
 extern "C" void XTIFFClose(void *tif);
 
+using namespace gcs;
 using namespace peer;
-using gcs::ProjectionMethod;
-using gcs::ProjectionParameterID;
+using ID = ProjectionParameterID;
 
 namespace {
 
@@ -77,8 +77,8 @@ unsigned DifferencesOf(const std::string &path) {
     return it == kDifferences.end() ? 0 : it->second;
 }
 
-void CompareWarp(const gcs::GCSDef &system, const GdalInfo &gdal, double u, unsigned diff) {
-    const gcs::WarpDef *warp = system.GetWarp();
+void CompareWarp(const GCSDef &system, const GdalInfo &gdal, double u, unsigned diff) {
+    const WarpDef *warp = system.GetWarp();
     ASSERT_NE(warp, nullptr);
     if (!gdal.gcps.empty()) {
         ASSERT_EQ(warp->GetPointCount(), gdal.gcps.size());
@@ -106,13 +106,13 @@ void CompareWarp(const gcs::GCSDef &system, const GdalInfo &gdal, double u, unsi
         for (int k : {1, 2, 4, 5})
             gt[k] *= u;
     }
-    const gcs::AffineCoefficients &c = warp->GetCoefficients();
+    const AffineCoefficients &c = warp->GetCoefficients();
     const double ours[6] = {c.c, c.a, c.b, c.f, c.d, c.e};
     for (int k = 0; k < 6; ++k)
         EXPECT_NEAR_REL(ours[k], gt[k]) << "geotransform[" << k << "]";
 }
 
-void CompareEllipsoid(const gcs::EllipsoidDef &ours, const WktNode &spheroid) {
+void CompareEllipsoid(const EllipsoidDef &ours, const WktNode &spheroid) {
     EXPECT_NEAR_REL(ours.GetMajorRadius(), spheroid.Number(1));
     EXPECT_NEAR_REL(ours.GetInverseFlattening(), spheroid.Number(2));
     if (spheroid.EpsgCode()) {
@@ -120,8 +120,8 @@ void CompareEllipsoid(const gcs::EllipsoidDef &ours, const WktNode &spheroid) {
     }
 }
 
-void CompareDatum(const gcs::GCSDef &system, const WktNode &geogcs, unsigned diff) {
-    const gcs::DatumDef *datum = system.GetDatum();
+void CompareDatum(const GCSDef &system, const WktNode &geogcs, unsigned diff) {
+    const DatumDef *datum = system.GetDatum();
     if (diff & kNoDatum) {
         EXPECT_EQ(datum, nullptr);
         return;
@@ -138,15 +138,15 @@ void CompareDatum(const gcs::GCSDef &system, const WktNode &geogcs, unsigned dif
         CompareEllipsoid(datum->GetEllipsoid(), *wktDatum->Child("SPHEROID"));
     }
     // GDAL writes the prime meridian in degrees whatever the angular unit.
-    EXPECT_NEAR_REL(datum->GetParameter(gcs::DatumParameterID::PrimeMeridian),
+    EXPECT_NEAR_REL(datum->GetParameter(DatumParameterID::PrimeMeridian),
                     geogcs.Child("PRIMEM")->Number(1));
     if (diff & kNoShift) {
         EXPECT_TRUE(datum->IsUserDefined());
-        EXPECT_EQ(datum->GetMethod(), gcs::DatumMethod::EllipsoidOnly);
+        EXPECT_EQ(datum->GetMethod(), DatumMethod::EllipsoidOnly);
         EXPECT_NE(wktDatum->Child("TOWGS84"), nullptr);
     } else if (const WktNode *shift = wktDatum->Child("TOWGS84")) {
         for (size_t k = 0; k < shift->values.size(); ++k)
-            EXPECT_NEAR_REL(datum->GetParameter(static_cast<gcs::DatumParameterID>(5 + k)),
+            EXPECT_NEAR_REL(datum->GetParameter(static_cast<DatumParameterID>(5 + k)),
                             shift->Number(k))
                 << "TOWGS84[" << k << "]";
     }
@@ -164,18 +164,18 @@ struct ParameterMap {
 // WKT 1 parameter names GDAL writes, onto our parameters. The latitude of origin of the polar
 // stereographic (variant B) form is the latitude of true scale.
 const ParameterMap kParameters[] = {
-    {"latitude_of_origin", ProjectionParameterID::Lat1, Kind::Angle, "Polar_Stereographic"},
-    {"latitude_of_origin", ProjectionParameterID::Lat0, Kind::Angle},
-    {"central_meridian", ProjectionParameterID::Lon0, Kind::Angle},
-    {"latitude_of_center", ProjectionParameterID::Lat0, Kind::Angle},
-    {"longitude_of_center", ProjectionParameterID::Lon0, Kind::Angle},
-    {"standard_parallel_1", ProjectionParameterID::Lat1, Kind::Angle},
-    {"standard_parallel_2", ProjectionParameterID::Lat2, Kind::Angle},
-    {"azimuth", ProjectionParameterID::Azimuth, Kind::Angle},
-    {"rectified_grid_angle", ProjectionParameterID::GridAngle, Kind::Angle},
-    {"scale_factor", ProjectionParameterID::ScaleFactor, Kind::Scale},
-    {"false_easting", ProjectionParameterID::XOrg, Kind::Length},
-    {"false_northing", ProjectionParameterID::YOrg, Kind::Length}};
+    {"latitude_of_origin", ID::Lat1, Kind::Angle, "Polar_Stereographic"},
+    {"latitude_of_origin", ID::Lat0, Kind::Angle},
+    {"central_meridian", ID::Lon0, Kind::Angle},
+    {"latitude_of_center", ID::Lat0, Kind::Angle},
+    {"longitude_of_center", ID::Lon0, Kind::Angle},
+    {"standard_parallel_1", ID::Lat1, Kind::Angle},
+    {"standard_parallel_2", ID::Lat2, Kind::Angle},
+    {"azimuth", ID::Azimuth, Kind::Angle},
+    {"rectified_grid_angle", ID::GridAngle, Kind::Angle},
+    {"scale_factor", ID::ScaleFactor, Kind::Scale},
+    {"false_easting", ID::XOrg, Kind::Length},
+    {"false_northing", ID::YOrg, Kind::Length}};
 
 const ParameterMap *FindParameter(const std::string &method, const std::string &name) {
     for (const ParameterMap &p : kParameters) {
@@ -185,15 +185,15 @@ const ParameterMap *FindParameter(const std::string &method, const std::string &
     return nullptr;
 }
 
-void CompareProjection(const gcs::GCSDef &system, const WktNode &projcs, double degreesPerUnit,
+void CompareProjection(const GCSDef &system, const WktNode &projcs, double degreesPerUnit,
                        unsigned diff) {
-    const gcs::ProjectionDef *projection = system.GetProjection();
+    const ProjectionDef *projection = system.GetProjection();
     ASSERT_NE(projection, nullptr);
     if (diff & kLocalGrid) {
         EXPECT_EQ(projection->GetMethod(), ProjectionMethod::Planar);
         return;
     }
-    const gcs::ProjectionParameters &q = projection->GetParameters();
+    const ProjectionParameters &q = projection->GetParameters();
     const double metresPerUnit = projcs.Child("UNIT")->Number(1);
     EXPECT_NEAR_REL(q.linearScale, 1.0 / metresPerUnit);
     const std::string method = projcs.Child("PROJECTION")->values.at(0);
@@ -201,8 +201,8 @@ void CompareProjection(const gcs::GCSDef &system, const WktNode &projcs, double 
         const ParameterMap *p = FindParameter(method, name);
         ASSERT_NE(p, nullptr) << method << " parameter " << name;
         // Our oblique Mercator from keys carries the grid angle as the azimuth (option bit).
-        const bool asAzimuth = p->id == ProjectionParameterID::GridAngle &&
-                               (q.option & gcs::ProjectionOption::GridAngleFromAzimuth);
+        const bool asAzimuth =
+            p->id == ID::GridAngle && (q.option & ProjectionOption::GridAngleFromAzimuth);
         const double unit = p->kind == Kind::Scale    ? 1.0
                             : p->kind == Kind::Length ? metresPerUnit
                                                       : degreesPerUnit;
@@ -215,7 +215,7 @@ void CompareProjection(const gcs::GCSDef &system, const WktNode &projcs, double 
     }
 }
 
-void CompareSystem(const gcs::GCSDef &system, const std::string &wkt, unsigned diff) {
+void CompareSystem(const GCSDef &system, const std::string &wkt, unsigned diff) {
     WktNode root;
     ASSERT_TRUE(ParseWkt(wkt, root)) << wkt;
     const bool projected = root.keyword == "PROJCS";
@@ -245,7 +245,7 @@ TEST(GeoTiffPeer, ExtractionAgreesWithGdalinfo) {
         ASSERT_TRUE(file.OpenFile(shr::AtoW(path)));
         georef::GeoTiffPieces pieces;
         ASSERT_TRUE(georef::GeoTiffExtractPieces(file, 1, pieces));
-        gcs::GCSDef system;
+        GCSDef system;
         ASSERT_TRUE(georef::GeoTiffAssemble(pieces, system));
         const unsigned diff = DifferencesOf(path);
         EXPECT_EQ(gdal.rasterType == 2, (diff & kPixelIsPoint) != 0);
@@ -395,7 +395,7 @@ TEST(EpsgRecognition, EveryCurrentSystemComesBackUnderItsOwnCode) {
                           {1025, 0, 1, 1},
                           {c.codeKey, 0, 1, static_cast<uint16_t>(code)}});
             const std::wstring path = builder.Write("epsg_sweep/" + std::to_string(code) + ".tif");
-            gcs::GCSDef system;
+            GCSDef system;
             ASSERT_TRUE(georef::GeoTiffExtract(path, 1, system)) << code;
             ++swept;
             if (system.GetPOSC() != (c.leftOut.count(code) ? 0 : code))
