@@ -235,19 +235,10 @@ TEST(EpsgListsPeer, LinearUnitsAgree) {
     EXPECT_EQ(listed, GCSKnownLinearUnitsList.Count());
 }
 
-void CompareDatum(const GCSDef &ours, const proj::Datum &peer) {
-    const DatumDef &datum = *ours.GetDatum();
-    EXPECT_EQ(datum.GetPOSC(), peer.code);
-    const EllipsoidDef &ellipsoid = datum.GetEllipsoid();
-    EXPECT_EQ(ellipsoid.GetPOSC(), peer.ellipsoid.code);
-    EXPECT_NEAR(ellipsoid.GetMajorRadius(), peer.ellipsoid.major, 1e-6);
-    EXPECT_NEAR(ellipsoid.GetMinorRadius(), peer.ellipsoid.minor, 1e-6);
-    EXPECT_NEAR(ellipsoid.GetInverseFlattening(), peer.ellipsoid.inverseFlattening, 1e-9);
-    EXPECT_NEAR(datum.GetParameter(DID::PrimeMeridian), peer.primeMeridian, 1e-10);
-}
-
 // Which slot the PROJ conversion fills, and the value; UTM zones also give the South flag.
 Form ExpectedForm(const proj::System &peer) {
+    if (peer.type == PJ_TYPE_GEOGRAPHIC_2D_CRS)
+        return {ProjectionMethod::Geographic, 0};
     auto found = Generated().methods.find(peer.methodCode);
     if (found == Generated().methods.end())
         return {ProjectionMethod::Unknown, 0};
@@ -257,16 +248,31 @@ Form ExpectedForm(const proj::System &peer) {
     return found->second;
 }
 
-void CompareProjection(const ProjectionParameters &ours, const proj::System &peer) {
-    const Form form = ExpectedForm(peer);
-    ASSERT_NE(form.method, ProjectionMethod::Unknown) << "PROJ method " << peer.methodCode;
-    EXPECT_EQ(static_cast<int>(ours.method), static_cast<int>(form.method));
-    EXPECT_EQ(ours.option, form.option);
-    EXPECT_NEAR(1.0 / ours.linearScale, peer.metresPerUnit, 1e-15 * peer.metresPerUnit);
-    if (ours.method == ProjectionMethod::UTM) {
-        EXPECT_EQ(ours.south, peer.conversionName.back() == 'S' ? 1 : 0);
+// Ours against PROJ's definition of the same system: method, unit, ellipsoid, prime meridian
+// and parameters. A list entry also has PROJ's name, codes and the method's option.
+void ExpectAsProjDefinesIt(const GCSDef &ours, const proj::System &peer, Form form, bool entry) {
+    const ProjectionParameters &p = ours.GetProjection()->GetParameters();
+    EXPECT_EQ(p.method, form.method);
+    if (form.method == ProjectionMethod::Geographic) // units per degree times radians per unit
+        EXPECT_NEAR(p.linearScale * peer.metresPerUnit, std::numbers::pi / 180.0, 1e-15);
+    else
+        EXPECT_NEAR(1.0 / p.linearScale, peer.metresPerUnit, 1e-15 * peer.metresPerUnit);
+    const DatumDef &datum = *ours.GetDatum();
+    const EllipsoidDef &ellipsoid = datum.GetEllipsoid();
+    EXPECT_NEAR(ellipsoid.GetMajorRadius(), peer.datum.ellipsoid.major, 1e-6);
+    EXPECT_NEAR(ellipsoid.GetMinorRadius(), peer.datum.ellipsoid.minor, 1e-6);
+    EXPECT_NEAR(ellipsoid.GetInverseFlattening(), peer.datum.ellipsoid.inverseFlattening, 1e-9);
+    EXPECT_NEAR(datum.GetParameter(DID::PrimeMeridian), peer.datum.primeMeridian, 1e-10);
+    ExpectParameters(p, peer);
+    if (!entry)
+        return;
+    EXPECT_EQ(ours.GetName(), shr::AtoW(peer.name));
+    EXPECT_EQ(datum.GetPOSC(), peer.datum.code);
+    EXPECT_EQ(ellipsoid.GetPOSC(), peer.datum.ellipsoid.code);
+    EXPECT_EQ(p.option, form.option);
+    if (p.method == ProjectionMethod::UTM) {
+        EXPECT_EQ(p.south, peer.conversionName.back() == 'S' ? 1 : 0);
     }
-    ExpectParameters(ours, peer);
 }
 
 TEST(EpsgSystemsPeer, EverySystemAgreesWithProj) {
@@ -276,17 +282,10 @@ TEST(EpsgSystemsPeer, EverySystemAgreesWithProj) {
         SCOPED_TRACE("EPSG:" + std::to_string(ours.GetPOSC()));
         const std::optional<proj::System> peer = proj::ReadSystem(ours.GetPOSC());
         ASSERT_TRUE(peer.has_value()) << "PROJ does not know it";
-        EXPECT_EQ(ours.GetName(), shr::AtoW(peer->name));
-        CompareDatum(ours, peer->datum);
-        const ProjectionParameters &params = ours.GetProjection()->GetParameters();
-        if (peer->type == PJ_TYPE_GEOGRAPHIC_2D_CRS) {
-            EXPECT_EQ(static_cast<int>(params.method), 1);
-            // Axis units per degree times radians per axis unit: radians per degree.
-            EXPECT_NEAR(params.linearScale * peer->metresPerUnit, 0.017453292519943295, 1e-15);
-            continue;
-        }
-        ASSERT_EQ(peer->type, PJ_TYPE_PROJECTED_CRS);
-        CompareProjection(params, *peer);
+        ASSERT_TRUE(peer->type == PJ_TYPE_GEOGRAPHIC_2D_CRS || peer->type == PJ_TYPE_PROJECTED_CRS);
+        const Form form = ExpectedForm(*peer);
+        ASSERT_NE(form.method, ProjectionMethod::Unknown) << "PROJ method " << peer->methodCode;
+        ExpectAsProjDefinesIt(ours, *peer, form, true);
         if (::testing::Test::HasFailure())
             break; // one system's differences are enough to read
     }
@@ -333,23 +332,13 @@ bool ExplainedByWkt1(const GCSDef &ours, const GCSDef &entry, bool esri) {
 }
 
 // Our reading of wkt against PROJ's definition of the system it was written from.
-void ExpectAsProjDefinesIt(const std::string &wkt, ProjectionMethod method,
-                           const proj::System &peer) {
+void ReadAsProjDefinesIt(const std::string &wkt, ProjectionMethod method,
+                         const proj::System &peer) {
     SCOPED_TRACE(wkt);
     GCSDef ours;
     std::wstring why;
     ASSERT_TRUE(gcsfile::ConvertWktToGCSDef(wkt, ours, &why)) << shr::WtoA(why);
-    const ProjectionParameters &p = ours.GetProjection()->GetParameters();
-    EXPECT_EQ(p.method, method);
-    if (method == ProjectionMethod::Geographic) // units per degree times radians per unit
-        EXPECT_NEAR(p.linearScale * peer.metresPerUnit, std::numbers::pi / 180.0, 1e-15);
-    else
-        EXPECT_NEAR(1.0 / p.linearScale, peer.metresPerUnit, 1e-12);
-    const EllipsoidDef &ellipsoid = ours.GetDatum()->GetEllipsoid();
-    EXPECT_NEAR(ellipsoid.GetMajorRadius(), peer.datum.ellipsoid.major, 1e-6);
-    EXPECT_NEAR(ellipsoid.GetMinorRadius(), peer.datum.ellipsoid.minor, 1e-6);
-    EXPECT_NEAR(ours.GetDatum()->GetParameter(DID::PrimeMeridian), peer.datum.primeMeridian, 1e-9);
-    ExpectParameters(p, peer);
+    ExpectAsProjDefinesIt(ours, peer, {method, 0}, false);
 }
 
 // Every EPSG system in both flavours is the system the list holds under its code; systems of
@@ -403,7 +392,7 @@ TEST(WktPeer, EveryEpsgSystemReadsAsTheListHoldsIt) {
                     if (!read)
                         failures.push_back(label + shr::WtoA(why) + ", PROJ cannot read it");
                     else
-                        ExpectAsProjDefinesIt(wkt, entry.GetProjection()->GetMethod(), *read);
+                        ReadAsProjDefinesIt(wkt, entry.GetProjection()->GetMethod(), *read);
                 }
             }
         }
@@ -452,7 +441,7 @@ TEST(WktPeer, ProjStringsReadAsProjDefinesThem) {
         ASSERT_TRUE(peer.has_value());
         for (PJ_WKT_TYPE flavour : {PJ_WKT1_GDAL, PJ_WKT1_ESRI})
             if (const std::string wkt = CrsWkt(crs.get(), flavour); !wkt.empty())
-                ExpectAsProjDefinesIt(wkt, method, *peer);
+                ReadAsProjDefinesIt(wkt, method, *peer);
     }
 }
 
