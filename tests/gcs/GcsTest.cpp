@@ -311,14 +311,13 @@ TEST(GCSDef, PresenceFollowsWhatIsKnown) {
 
 TEST(GCSDef, RefusedPiecesLeaveTheDefinitionAsItWas) {
     const ProjectionDef good(UtmLike(M::Mercator));
-    const DatumDef goodDatum = Wgs84Datum();
     GCSDef system = SystemOf(good);
     const GCSDef before = system;
 
     ProjectionDef bad = good;
     bad.SetParameter(ProjectionParameterID::Lat0, 95.0);
     EXPECT_THROW(system.SetProjection(&bad), DefinitionError);
-    DatumDef badDatum = goodDatum;
+    DatumDef badDatum = Wgs84Datum();
     badDatum.SetParameter(DID::ShiftX, NAN);
     try {
         system.SetDatum(&badDatum);
@@ -336,8 +335,7 @@ TEST(GCSDef, RefusedPiecesLeaveTheDefinitionAsItWas) {
     EXPECT_FALSE(system.HasWarp());
     EXPECT_EQ(*system.GetProjection(), *before.GetProjection());
     EXPECT_EQ(*system.GetDatum(), *before.GetDatum());
-    WarpDef warp = MakeWarp(WarpMethod::Affine, FirstPixels(4), Affine);
-    warp.SetMethod(WarpMethod::Projective); // four points are enough
+    const WarpDef warp = MakeWarp(WarpMethod::Projective, FirstPixels(4), Affine); // 4 suffice
     system.SetWarp(&warp);
     EXPECT_EQ(*system.GetWarp(), warp);
     const WarpDef none;
