@@ -1,13 +1,19 @@
-// CTiffReader: header and chain rules, SubIFDs and the status codes of bad input.
+// CTiffReader: header and chain rules, SubIFDs, the status codes of bad input, and entry values
+// in machine order from both byte orders and layouts; TiffImageRead's own error record.
+#include "Subsystems/TiffImage/TiffImageRead.h"
 #include "Subsystems/TiffImage/TiffRead.h"
 #include "support/TiffWriter.h"
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <functional>
+#include <stdexcept>
 
 using testsupport::TiffWriter;
 using tiff::CTiffReader;
+using tiff::TiffEntry;
+using tiff::TiffImageRead;
 
 namespace {
 
@@ -207,6 +213,149 @@ TEST(Reader, SourceFailures) {
     };
     EXPECT_FALSE(reader.Open(std::make_unique<HugeSource>(bytes), L"huge"));
     EXPECT_EQ(reader.ErrorCode(), -9);
+}
+
+uint64_t FloatBits(float f) {
+    uint32_t bits;
+    std::memcpy(&bits, &f, 4);
+    return bits;
+}
+
+std::vector<unsigned char> BuildSample(bool bigEndian, bool bigTiff) {
+    TiffWriter b(bigEndian, bigTiff);
+    auto &d = b.AddDirectory();
+    b.AddUInts(d, 256, 3, {300});
+    b.AddUInts(d, 530, 3, {2, 1});
+    b.AddUInts(d, 258, 3, {8, 16, 32});
+    b.AddUInts(d, 273, 4, {8, 1000, 70000});
+    b.AddRationals(d, 282, 5, {{72, 1}, {300, 7}});
+    b.AddRationals(d, 283, 5, {{150, 2}});
+    b.AddRationals(d, 37000, 10, {{-3, 4}, {5, -8}, {9, 1}});
+    b.AddRationals(d, 37001, 10, {{-1, 2}});
+    b.AddDoubles(d, 33550, {0.5, 2.25, -1e300});
+    b.AddAscii(d, 270, "hello");
+    b.AddUInts(d, 37002, 8, {0xFFFE});
+    b.AddUInts(d, 37003, 9, {static_cast<uint32_t>(-70000)});
+    b.AddUInts(d, 37004, 11, {FloatBits(1.5f)});
+    b.AddUInts(d, 37005, 1, {1, 2, 3});
+    b.AddUInts(d, 37006, 16, {1ull << 40, 5});
+    b.AddUInts(d, 37007, 6, {0x80});
+    return b.Build();
+}
+
+struct Expected {
+    uint16_t tag;
+    std::vector<double> values;
+};
+
+const Expected kExpected[] = {{256, {300}},
+                              {530, {2, 1}},
+                              {258, {8, 16, 32}},
+                              {273, {8, 1000, 70000}},
+                              {282, {72, 300.0 / 7}},
+                              {283, {75}},
+                              {37000, {-0.75, -0.625, 9}},
+                              {37001, {-0.5}},
+                              {33550, {0.5, 2.25, -1e300}},
+                              {37002, {-2}},
+                              {37003, {-70000}},
+                              {37004, {1.5}},
+                              {37005, {1, 2, 3}},
+                              {37006, {1099511627776.0, 5}},
+                              {37007, {-128}}};
+
+// Big-endian rationals as held in memory: RATIONAL out of line is swapped as two halves, the
+// numerator staying first; SRATIONAL (and RATIONAL inline) is reversed as one 8-byte element,
+// the denominator coming first.
+const struct {
+    bool bigTiff;
+    uint16_t tag;
+    size_t index;
+    std::pair<int32_t, int32_t> words;
+    bool exchanged;
+} kBigEndianHalves[] = {
+    {false, 282, 1, {300, 7}, false}, {false, 37000, 0, {4, -3}, true},
+    {false, 37000, 1, {-8, 5}, true}, {true, 282, 0, {72, 1}, false},
+    {true, 283, 0, {2, 150}, true},   {true, 37001, 0, {2, -1}, true},
+};
+
+TEST(ReaderValues, EveryLayoutYieldsTheSameValues) {
+    for (bool bigEndian : {false, true}) {
+        for (bool bigTiff : {false, true}) {
+            SCOPED_TRACE(::testing::Message()
+                         << "big-endian " << bigEndian << ", BigTIFF " << bigTiff);
+            CTiffReader reader;
+            const auto bytes = BuildSample(bigEndian, bigTiff);
+            ASSERT_TRUE(reader.Open(tiff::MakeMemorySource(bytes), L"sample"));
+            EXPECT_EQ(reader.IsBigEndian(), bigEndian);
+            EXPECT_EQ(reader.IsBigTiff(), bigTiff);
+            const auto &dir = reader.Directories().at(0);
+            for (const auto &e : kExpected) {
+                const TiffEntry *entry = dir.Find(e.tag);
+                ASSERT_NE(entry, nullptr) << e.tag;
+                ASSERT_EQ(entry->count, e.values.size()) << e.tag;
+                for (size_t i = 0; i < e.values.size(); ++i)
+                    EXPECT_DOUBLE_EQ(entry->GetDouble(i), e.values[i]) << e.tag << "[" << i << "]";
+            }
+            EXPECT_EQ(dir.Find(270)->GetAscii(), "hello");
+            EXPECT_EQ(dir.Find(37002)->GetInt(), -2);
+            EXPECT_EQ(dir.Find(37003)->GetUInt(), 0u); // negative: no unsigned value
+            EXPECT_EQ(dir.Find(273)->GetUInt(2), 70000u);
+            for (const auto &h : kBigEndianHalves) {
+                if (!bigEndian || h.bigTiff != bigTiff)
+                    continue;
+                const TiffEntry *entry = dir.Find(h.tag);
+                int32_t words[2];
+                std::memcpy(words, entry->Data() + 8 * h.index, 8);
+                EXPECT_EQ(std::pair(words[0], words[1]), h.words) << h.tag << "[" << h.index << "]";
+                EXPECT_EQ(entry->rationalHalvesExchanged, h.exchanged) << h.tag;
+            }
+        }
+    }
+}
+
+const wchar_t kFile[] = L"Subsystems/TiffImage/TiffImageRead";
+
+TEST(TiffImageRead, FailuresAndTheirRecords) {
+    TiffImageRead file;
+    EXPECT_FALSE(file.OpenFile(L""));
+    EXPECT_EQ(file.Error().file, kFile);
+    EXPECT_EQ(file.Error().line, 175);
+    EXPECT_EQ(file.Error().code, -1);
+
+    // The reader's record is copied as it is.
+    EXPECT_FALSE(file.OpenFile(L"/nonexistent/x.tif"));
+    EXPECT_EQ(file.Error().file, L"Subsystems/TiffImage/TiffRead");
+    EXPECT_EQ(file.Error().code, -2);
+    EXPECT_EQ(file.Error().line, file.Reader().ErrorLine());
+
+    struct ThrowingSource : tiff::TiffSource {
+        bool Length(uint64_t &length) override { return length = 1000, true; }
+        bool Seek(uint64_t) override { throw std::runtime_error("stream broke"); }
+        size_t Read(void *, size_t) override { return 0; }
+    };
+    EXPECT_FALSE(file.OpenSource(std::make_unique<ThrowingSource>(), L"throws"));
+    EXPECT_EQ(file.Error().file, kFile);
+    EXPECT_EQ(file.Error().line, 192);
+    EXPECT_EQ(file.Error().code, -99);
+
+    file.Close();
+    EXPECT_FALSE(file.Error().IsSet()); // closing forgets the failure
+    EXPECT_EQ(file.GetImageCount(), 0u);
+    EXPECT_EQ(file.Error().line, 325);
+    EXPECT_EQ(file.Error().code, -7);
+}
+
+// Two directories, the first with a duplicated width: the first of duplicates is found.
+TEST(TiffImageRead, CountsImagesAndFindsTags) {
+    const Bytes bytes = Dirs(false, 2, [](TiffWriter &b) { b.AddUInts(b.Dir(0), 256, 3, {20}); });
+    TiffImageRead file;
+    ASSERT_TRUE(file.OpenSource(tiff::MakeMemorySource(bytes), L"two"));
+    EXPECT_EQ(file.GetImageCount(), 2u);
+    EXPECT_FALSE(file.Error().IsSet());
+    EXPECT_EQ(file.FindTag(0, 256)->GetUInt(), 1u);
+    EXPECT_EQ(file.FindTag(1, 256)->GetUInt(), 2u);
+    EXPECT_EQ(file.FindTag(2, 256), nullptr); // past the directory count
 }
 
 } // namespace
