@@ -1,6 +1,6 @@
 // iosid tiff-dump and tiff-decode end to end: output bytes against libtiff, JSON, exit statuses
 // and the one-line failure report.
-#include "OurLoader.h"
+#include "support/peer/Peer.h"
 
 #include <gtest/gtest.h>
 
