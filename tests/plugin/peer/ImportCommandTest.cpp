@@ -16,13 +16,6 @@ namespace {
 
 std::string Iosid(const std::string &args) { return std::string(IOSID_PROGRAM) + " " + args; }
 
-// Exit status, with stderr captured into `errors`.
-int RunIosid(const std::string &args, std::string &errors) {
-    const CommandResult run = Run(Iosid(args) + " >/dev/null");
-    errors = run.err;
-    return run.status;
-}
-
 struct Source {
     std::string path;
     uint32_t width, height;
@@ -100,9 +93,9 @@ TEST_P(ImportCommand, OutputMatchesGdalPixelsAndGeoreferencing) {
     std::remove(out.c_str());
     const std::string args = "import " + source.path + " -o " + out + " --defaults --quiet " +
                              "--settings " + ScratchPath("imp_settings.json") + " " + c.flags;
-    std::string errors;
-    ASSERT_EQ(RunIosid(args, errors), 0) << c.name << ": " << errors;
-    EXPECT_NE(errors.find(c.warning), std::string::npos) << errors;
+    const CommandResult run = peer::Run(Iosid(args));
+    ASSERT_EQ(run.status, 0) << c.name << ": " << run.err;
+    EXPECT_NE(run.err.find(c.warning), std::string::npos) << run.err;
     const uint32_t *r = c.region;
     const uint32_t w = (r[2] - r[0] + 1) / c.scale, h = (r[3] - r[1] + 1) / c.scale;
     const Raster peer = GdalRead(
@@ -155,9 +148,9 @@ TEST(ImportCommandFailures, StatusMessageAndNoOutput) {
     for (const Case &c : cases) {
         std::remove(out.c_str());
         const std::string args = c.args + " --settings " + ScratchPath("imp_fail.json");
-        std::string errors;
-        EXPECT_EQ(RunIosid(args, errors), c.status) << args << "\n" << errors;
-        EXPECT_NE(errors.find(c.message), std::string::npos) << c.args << "\n" << errors;
+        const CommandResult run = peer::Run(Iosid(args));
+        EXPECT_EQ(run.status, c.status) << args << "\n" << run.err;
+        EXPECT_NE(run.err.find(c.message), std::string::npos) << c.args << "\n" << run.err;
         EXPECT_FALSE(std::ifstream(out).good()) << c.args;
     }
 }
