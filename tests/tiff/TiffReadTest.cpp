@@ -2,8 +2,8 @@
 // in machine order from both byte orders and layouts; TiffImageRead's own error record; file
 // sources: the mapped source seeks and reads exactly as the stream source does and lends its
 // bytes. Images loaded through the mapping are compared with libtiff in peer/.
-#include "Subsystems/TiffImage/TiffImageRead.h"
 #include "Subsystems/TiffImage/TiffRead.h"
+#include "Subsystems/TiffImage/TiffImageRead.h"
 #include "Subsystems/TiffImage/TiffSource.h"
 #include "support/TiffWriter.h"
 

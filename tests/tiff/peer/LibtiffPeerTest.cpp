@@ -206,7 +206,6 @@ TEST(TagNames, AgreeWithLibtiff) {
     EXPECT_GE(compared, 69);
 }
 
-
 struct Case {
     const char *mode; // libtiff's: "w", then "8" for BigTIFF, then the byte order "l" or "b"
     bool tiled;
