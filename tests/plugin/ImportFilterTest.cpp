@@ -57,12 +57,12 @@ public:
         writes.emplace_back(name, persist);
         stored[name] = value;
     }
-    // The last value written for `name` and its persist flag; false when never written.
-    bool LastWrite(const std::wstring &name, unsigned int &value, bool &persist) const {
+    // The last value written for `name`, followed by " persist" when so flagged; "" if none.
+    std::string LastWrite(const std::wstring &name) const {
         for (auto it = writes.rbegin(); it != writes.rend(); ++it)
             if (it->first == name)
-                return value = stored.at(name), persist = it->second, true;
-        return false;
+                return std::to_string(stored.at(name)) + (it->second ? " persist" : "");
+        return "";
     }
     void ProgressStart(const std::wstring &text, bool, bool) override {
         progress.push_back(L"start" + text);
@@ -183,20 +183,16 @@ TEST_P(Options, FieldsAndWrites) {
     filter.GetRegion(region[0], region[1], region[2], region[3]);
     EXPECT_EQ(std::vector<uint32_t>(region, region + 4),
               std::vector<uint32_t>(c.region, c.region + 4));
-    for (auto [name, expected] : {std::pair{L"Scale", c.savedScale}, {L"Format", c.savedFormat}}) {
-        unsigned int value = kUnwritten;
-        bool persist = c.persisted; // left alone when nothing was written
-        EXPECT_EQ(host.LastWrite(name, value, persist) ? value : kUnwritten, expected)
-            << shr::WtoA(name);
-        EXPECT_EQ(persist, c.persisted) << shr::WtoA(name);
-    }
-    unsigned int value = 0;
-    bool persist = false;
-    EXPECT_FALSE(host.LastWrite(L"MaxDim", value, persist));
-    for (const wchar_t *corner : {L"ULX", L"ULY", L"LRX", L"LRY"}) {
-        EXPECT_EQ(host.LastWrite(corner, value, persist), c.regionSaved) << shr::WtoA(corner);
-        EXPECT_FALSE(persist);
-    }
+    const auto saved = [&](unsigned int value) {
+        return value == kUnwritten ? "" : std::to_string(value) + (c.persisted ? " persist" : "");
+    };
+    EXPECT_EQ(host.LastWrite(L"Scale"), saved(c.savedScale));
+    EXPECT_EQ(host.LastWrite(L"Format"), saved(c.savedFormat));
+    EXPECT_EQ(host.LastWrite(L"MaxDim"), "");
+    // The region's corners are saved without persist.
+    const wchar_t *corners[] = {L"ULX", L"ULY", L"LRX", L"LRY"};
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(host.LastWrite(corners[i]), c.regionSaved ? std::to_string(region[i]) : "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, Options, ::testing::ValuesIn(kOptionCases),
@@ -289,15 +285,11 @@ TEST_P(Import, HandsOverWhatTheCaseExpects) {
         EXPECT_EQ(img.rows, c.height);
     }
     EXPECT_EQ(host.receiversDropped, line == 346 ? 1 : 0);
-    unsigned int value = 0;
-    bool persist = false;
-    EXPECT_EQ(host.LastWrite(L"Scale", value, persist), c.savedScale != 0);
-    if (c.savedScale) {
-        EXPECT_EQ(value, c.savedScale);
-        EXPECT_TRUE(persist);
-        ASSERT_TRUE(host.LastWrite(L"Format", value, persist));
-        EXPECT_EQ(value, c.savedFormat);
-    }
+    const auto saved = [](unsigned int value) {
+        return value ? std::to_string(value) + " persist" : "";
+    };
+    EXPECT_EQ(host.LastWrite(L"Scale"), saved(c.savedScale));
+    EXPECT_EQ(host.LastWrite(L"Format"), saved(c.savedFormat));
     EXPECT_EQ(host.dialogsShown, c.answer != kNone ? 1 : 0);
     if (line == 0) { // one proportion a row received, after the named start
         EXPECT_EQ(host.progress, (std::vector<std::wstring>{
