@@ -331,9 +331,12 @@ gcs::WarpDef CentreWarp(double x0, double y0, double dxCol, double dxRow, double
     return warp;
 }
 
-gcs::GCSDef KnownSystem(int32_t code) {
+// A known system with `warp` tying pixels to it.
+gcs::GCSDef KnownSystem(int32_t code, const gcs::WarpDef &warp) {
     const gcs::CSList &list = gcs::GCSKnownSystemsList;
-    return *list.GetSystem(list.FindByPOSCNumber(code));
+    gcs::GCSDef system = *list.GetSystem(list.FindByPOSCNumber(code));
+    system.SetWarp(&warp);
+    return system;
 }
 
 // What gdalinfo reports for the written georeferencing: code or parameters, and the
@@ -345,19 +348,17 @@ TEST(TiffWriter, GdalReadsTheGeoreferencing) {
     const gcs::WarpDef rotated = CentreWarp(1000, 2000, 2, 1, 1, -2, 40, 30);
     const std::array<double, 6> northUpCorners = {500000, 10, 0, 5000000, 0, -10};
     const std::array<double, 6> rotatedCorners = {1000 - 1.5, 2, 1, 2000 + 0.5, 1, -2};
-    gcs::GCSDef geographic = KnownSystem(4326);
-    geographic.SetWarp(&rotated);
+    const gcs::GCSDef geographic = KnownSystem(4326, rotated);
     // A user-defined Lambert conic: its own first parallel and false easting.
-    gcs::GCSDef lambert = KnownSystem(2154);
+    gcs::GCSDef lambert = KnownSystem(2154, northUp);
     gcs::ProjectionDef lambertProjection = *lambert.GetProjection();
     lambertProjection.SetParameter(gcs::ProjectionParameterID::Lat1, 45.5);
     lambertProjection.SetParameter(gcs::ProjectionParameterID::XOrg, 600000);
     lambert.SetProjection(&lambertProjection);
     lambert.SetPOSC(0);
     lambert.SetName(L"Lambert conic, own parallels");
-    lambert.SetWarp(&northUp);
     // A southern UTM zone in feet, given by its zone alone.
-    gcs::GCSDef utm = KnownSystem(32633);
+    gcs::GCSDef utm = KnownSystem(32633, northUp);
     const gcs::ProjectionDef utmProjection({.method = gcs::ProjectionMethod::UTM,
                                             .linearScale = feet,
                                             .lon0 = 15,
@@ -365,7 +366,6 @@ TEST(TiffWriter, GdalReadsTheGeoreferencing) {
                                             .ellipsoid = utm.GetProjection()->GetEllipsoid()});
     utm.SetProjection(&utmProjection);
     utm.SetPOSC(0);
-    utm.SetWarp(&northUp);
     gcs::UCSDef warpOnly;
     warpOnly.SetWarp(&rotated);
     // clang-format off

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -220,12 +221,6 @@ TEST(Reader, SourceFailures) {
     EXPECT_EQ(reader.ErrorCode(), -9);
 }
 
-uint64_t FloatBits(float f) {
-    uint32_t bits;
-    std::memcpy(&bits, &f, 4);
-    return bits;
-}
-
 std::vector<unsigned char> BuildSample(bool bigEndian, bool bigTiff) {
     TiffWriter b(bigEndian, bigTiff);
     auto &d = b.AddDirectory();
@@ -241,7 +236,7 @@ std::vector<unsigned char> BuildSample(bool bigEndian, bool bigTiff) {
     b.AddAscii(d, 270, "hello");
     b.AddUInts(d, 37002, 8, {0xFFFE});
     b.AddUInts(d, 37003, 9, {static_cast<uint32_t>(-70000)});
-    b.AddUInts(d, 37004, 11, {FloatBits(1.5f)});
+    b.AddUInts(d, 37004, 11, {std::bit_cast<uint32_t>(1.5f)});
     b.AddUInts(d, 37005, 1, {1, 2, 3});
     b.AddUInts(d, 37006, 16, {1ull << 40, 5});
     b.AddUInts(d, 37007, 6, {0x80});

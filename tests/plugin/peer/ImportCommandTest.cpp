@@ -71,7 +71,6 @@ const ImportCase kCases[] = {
                        "iosid import: format 32 was asked; the image came as 24 bits"},
     {"scale beyond the largest reduction", Rgb, "--scale 16 --region 0,0,695,495", 24, 8,
      {0, 0, 695, 495}, "scale 16 is not offered by this file; used 8"},
-    {"rgb region", Rgb, "--scale 2 --region 100,60,611,419", 24, 2, {100, 60, 611, 419}},
     {"grey region", Rgb, "--format 8 --scale 8 --region 64,32,575,479 --compress deflate", 8, 8,
      {64, 32, 575, 479}},
     {"16 levels", Rgb, "--format 4 --scale 2", 4, 2, {0, 0, 699, 499}},
