@@ -386,9 +386,8 @@ TEST(TiffWriter, GdalReadsTheGeoreferencing) {
         {nullptr, {}, -1, {}},
     }; // clang-format on
     const fs::path folder = FreshFolder("georef");
-    int index = 0;
     for (const auto &c : cases) {
-        const fs::path path = folder / ("g" + std::to_string(index++) + ".tif");
+        const fs::path path = folder / ("g" + std::to_string(&c - cases) + ".tif");
         SCOPED_TRACE(path);
         OutputGeoreference georef;
         if (c.system)

@@ -111,13 +111,11 @@ Bytes Minimal28(size_t length = 28, const char *order = "II", uint16_t version =
     return bytes;
 }
 
-struct StatusCase {
+const struct {
     const char *name;
     std::function<Bytes()> make;
     int32_t code; // 0: opens
-};
-
-const StatusCase kStatusCases[] = {
+} kStatusCases[] = {
     {"27-byte file", [] { return Minimal28(27); }, -3},
     {"28-byte classic file opens", [] { return Minimal28(); }, 0},
     {"version 41 is read as classic", [] { return Minimal28(28, "II", 41); }, 0},
@@ -153,7 +151,7 @@ const StatusCase kStatusCases[] = {
 };
 
 TEST(Reader, OpenRecordsTheStatus) {
-    for (const StatusCase &c : kStatusCases) {
+    for (const auto &c : kStatusCases) {
         SCOPED_TRACE(c.name);
         CTiffReader reader;
         EXPECT_EQ(OpenBytes(reader, c.make()), c.code == 0);
@@ -275,26 +273,24 @@ std::vector<unsigned char> BuildSample(bool bigEndian, bool bigTiff) {
     return b.Build();
 }
 
-struct Expected {
+const struct {
     uint16_t tag;
     std::vector<double> values;
-};
-
-const Expected kExpected[] = {{256, {300}},
-                              {530, {2, 1}},
-                              {258, {8, 16, 32}},
-                              {273, {8, 1000, 70000}},
-                              {282, {72, 300.0 / 7}},
-                              {283, {75}},
-                              {37000, {-0.75, -0.625, 9}},
-                              {37001, {-0.5}},
-                              {33550, {0.5, 2.25, -1e300}},
-                              {37002, {-2}},
-                              {37003, {-70000}},
-                              {37004, {1.5}},
-                              {37005, {1, 2, 3}},
-                              {37006, {1099511627776.0, 5}},
-                              {37007, {-128}}};
+} kExpected[] = {{256, {300}},
+                 {530, {2, 1}},
+                 {258, {8, 16, 32}},
+                 {273, {8, 1000, 70000}},
+                 {282, {72, 300.0 / 7}},
+                 {283, {75}},
+                 {37000, {-0.75, -0.625, 9}},
+                 {37001, {-0.5}},
+                 {33550, {0.5, 2.25, -1e300}},
+                 {37002, {-2}},
+                 {37003, {-70000}},
+                 {37004, {1.5}},
+                 {37005, {1, 2, 3}},
+                 {37006, {1099511627776.0, 5}},
+                 {37007, {-128}}};
 
 // Big-endian rationals as held in memory: RATIONAL out of line is swapped as two halves, the
 // numerator staying first; SRATIONAL (and RATIONAL inline) is reversed as one 8-byte element,
@@ -811,7 +807,7 @@ TEST(LoaderReads, EachChunkOnceAndOnlyWhatTheWindowTouches) {
 }
 
 // The 37 x 21 model in seven strips of 111 bytes, or 3 x 2 tiles of 16 x 16 when tiled.
-struct ErrorCase {
+const struct {
     const char *name;
     uint16_t compression;
     bool tiled;
@@ -819,9 +815,7 @@ struct ErrorCase {
     bool opens; // fails when the image is read instead
     int32_t code;
     const wchar_t *file; // source file of the record, without the folder
-};
-
-const ErrorCase kCases[] = {
+} kCases[] = {
     {"bits 65", 1, false, Set(258, {65}), false, -5, L"TiffImageInfo"},
     {"subsampled YCbCr without JPEG", 1, false, Set(262, {6}), false, -6, L"TiffImageInfo"},
     {"reversed fill order under Deflate", 8, false, Set(266, {2}), false, -6, L"TiffImageLoad"},
@@ -838,7 +832,7 @@ const ErrorCase kCases[] = {
 };
 
 TEST(LoadErrors, RecordTheStatus) {
-    for (const ErrorCase &c : kCases) {
+    for (const auto &c : kCases) {
         SCOPED_TRACE(c.name);
         ImageModel m;
         m.compression = c.compression;
