@@ -42,10 +42,6 @@ std::vector<uint8_t> ReadBytes(const fs::path &path) {
     return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
 }
 
-size_t FileCount(const fs::path &folder) {
-    return static_cast<size_t>(std::distance(fs::directory_iterator(folder), {}));
-}
-
 // Rows of a deterministic pattern in the host's layout for `format`.
 std::vector<std::vector<uint8_t>> PatternRows(RowFormat format, uint32_t width, uint32_t height) {
     std::vector<std::vector<uint8_t>> rows(height);
@@ -77,7 +73,7 @@ TEST(CheckOutputWritable, RefusesWhatCannotBeWritten) {
         }
     }
     // The check leaves nothing behind.
-    EXPECT_EQ(FileCount(folder), 1u);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
 }
 
 // Rows arrive in the file as received, on Commit; each way a write can fail leaves neither the
@@ -130,7 +126,7 @@ TEST(ImageWriter, RowsWrittenOnCommitAndNoFileOnFailure) {
             EXPECT_NE(std::string(error.what()).find(c.file), std::string::npos) << error.what();
         }
         const bool written = c.commit && *c.reason == 0;
-        EXPECT_EQ(FileCount(folder), written ? 1u : 0u);
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), written ? 1 : 0);
         EXPECT_EQ(ReadBytes(path), written ? expected : std::vector<uint8_t>{});
     }
 }

@@ -387,10 +387,6 @@ TEST(TiffImageRead, CountsImagesAndFindsTags) {
     EXPECT_EQ(file.FindTag(2, 256), nullptr); // past the directory count
 }
 
-std::wstring Scratch(const std::string &name, const Bytes &bytes) {
-    return Wide(WriteScratch("mapped_source_" + name, bytes));
-}
-
 Bytes FileBytes(size_t size) {
     Bytes bytes(size);
     for (size_t i = 0; i < size; ++i)
@@ -428,7 +424,8 @@ const Step kScript[] = {
 TEST(FileSource, MappedSeeksAndReadsLikeAStream) {
     const Bytes bytes = FileBytes(kScriptFileSize);
     for (bool mapped : {false, true}) {
-        const std::wstring path = Scratch(mapped ? "mapped" : "stream", bytes);
+        const std::wstring path =
+            Wide(WriteScratch(mapped ? "source_mapped" : "source_stream", bytes));
         auto source = mapped ? tiff::OpenMappedFileSource(path) : tiff::OpenStreamFileSource(path);
         ASSERT_NE(source, nullptr);
         for (size_t i = 0; i < std::size(kScript); ++i) {
@@ -452,7 +449,7 @@ TEST(FileSource, MappedSeeksAndReadsLikeAStream) {
 
 TEST(MappedSource, LendsExactlyTheFileBytes) {
     const Bytes bytes = FileBytes(5000);
-    auto mapped = tiff::OpenMappedFileSource(Scratch("view", bytes));
+    auto mapped = tiff::OpenMappedFileSource(Wide(WriteScratch("mapped_view", bytes)));
     ASSERT_NE(mapped, nullptr);
     const unsigned char *all = mapped->View(0, bytes.size());
     ASSERT_NE(all, nullptr);
