@@ -376,8 +376,7 @@ TEST(TiffImageRead, FailuresAndTheirRecords) {
 
 // Two directories, the first with a duplicated width: the first of duplicates is found.
 TEST(TiffImageRead, CountsImagesAndFindsTags) {
-    const Bytes bytes =
-        Dirs(false, 2, [](TiffWriter &b, Directory &d) { b.AddUInts(d, 256, 3, {20}); });
+    const Bytes bytes = Dirs(false, 2, Raw(256, kShort, 1, 20));
     TiffImageRead file;
     ASSERT_TRUE(file.OpenSource(tiff::MakeMemorySource(bytes), L"two"));
     EXPECT_EQ(file.GetImageCount(), 2u);
@@ -650,9 +649,7 @@ TEST(Lzw, ExplicitCodeStreams) {
         SCOPED_TRACE(c.name);
         const Decoded d = DecodeLzw(c.stream, c.outSize);
         EXPECT_EQ(d.status, c.status);
-        if (c.status == 0) {
-            EXPECT_TRUE(d.bytes == c.expected);
-        }
+        EXPECT_TRUE(c.status != 0 || d.bytes == c.expected); // output undefined on failure
         EXPECT_EQ(d.printed, c.printed);
     }
 }
@@ -679,9 +676,7 @@ TEST(Lzw, WidthStaysAtTwelveUntilClearAndTheTableEnds) {
             }
             const Decoded d = DecodeLzw(writer.Finish(), expected.size());
             EXPECT_EQ(d.status, literals == 4863 ? -1 : 0);
-            if (d.status == 0) {
-                EXPECT_TRUE(d.bytes == expected);
-            }
+            EXPECT_TRUE(d.status != 0 || d.bytes == expected);
         }
     }
 }

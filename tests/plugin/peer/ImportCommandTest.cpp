@@ -128,12 +128,11 @@ TEST(ImportCommandFailures, StatusMessageAndNoOutput) {
     const std::string text = ScratchPath("imp_not_an_image.txt");
     std::ofstream(text) << "plain text";
     const std::string out = ScratchPath("imp_failed.tif");
-    struct Case {
+    const struct {
         std::string args;
         int status;
         std::string message; // on stderr
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"import " + text + " -o " + out, 2,
          "Unable to initiate SID import from file '" + text +
              "'.  The file may be missing or unreadable, or may not be a valid SID file.\n\n"
@@ -144,7 +143,7 @@ TEST(ImportCommandFailures, StatusMessageAndNoOutput) {
          "cannot load the plug-in"},
         {"info " + text, 2, "cannot read this file"},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         std::remove(out.c_str());
         const std::string args = c.args + " --settings " + ScratchPath("imp_fail.json");
         const CommandResult run = peer::Run(Iosid(args));
