@@ -1,5 +1,9 @@
-// The image writers: output checks, rows written as received, no file left by a failed write.
+// The host's own parts: the image writers (output checks, rows written as received, no file left
+// by a failed write), the settings store (missing and damaged files, persisted and run-only
+// values, concurrent saves each merging what the others saved) and the progress line.
 #include "ImageWriter.h"
+#include "SettingsStore.h"
+#include "TerminalProgress.h"
 
 #ifdef IOSID_HOST_HAVE_TIFF
 #include "gcs/GCSDef.h"
@@ -18,6 +22,7 @@
 #include <iterator>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -26,7 +31,7 @@ namespace fs = std::filesystem;
 using namespace iosid::host;
 
 fs::path FreshFolder(const std::string &name) {
-    const fs::path folder = fs::path(IOSID_BUILD_DIR) / "writers" / name;
+    const fs::path folder = fs::path(IOSID_BUILD_DIR) / "host" / name;
     fs::remove_all(folder);
     fs::create_directories(folder);
     return folder;
@@ -35,10 +40,6 @@ fs::path FreshFolder(const std::string &name) {
 std::vector<uint8_t> ReadBytes(const fs::path &path) {
     std::ifstream in(path, std::ios::binary);
     return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
-}
-
-size_t FileCount(const fs::path &folder) {
-    return static_cast<size_t>(std::distance(fs::directory_iterator(folder), {}));
 }
 
 // Rows of a deterministic pattern in the host's layout for `format`.
@@ -72,7 +73,7 @@ TEST(CheckOutputWritable, RefusesWhatCannotBeWritten) {
         }
     }
     // The check leaves nothing behind.
-    EXPECT_EQ(FileCount(folder), 1u);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
 }
 
 // Rows arrive in the file as received, on Commit; each way a write can fail leaves neither the
@@ -125,8 +126,125 @@ TEST(ImageWriter, RowsWrittenOnCommitAndNoFileOnFailure) {
             EXPECT_NE(std::string(error.what()).find(c.file), std::string::npos) << error.what();
         }
         const bool written = c.commit && *c.reason == 0;
-        EXPECT_EQ(FileCount(folder), written ? 1u : 0u);
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), written ? 1 : 0);
         EXPECT_EQ(ReadBytes(path), written ? expected : std::vector<uint8_t>{});
+    }
+}
+
+// The value `store` gives for `name`; -1: none.
+int64_t Value(SettingsStore &store, const std::string &name, bool persist) {
+    unsigned value = 0;
+    return store.Get(name, value, persist) ? int64_t{value} : -1;
+}
+
+TEST(SettingsStore, DamagedFileWarnsAndIsNotOverwritten) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"", "empty"},
+        {"{\"Scale\": 4", "not valid JSON"},
+        {"[1, 2]", "not a JSON object"},
+        {"{\"Scale\": 4294967296}", "Scale"},
+        {"{\"Scale\": 2.5}", "Scale"},
+    };
+    const fs::path folder = FreshFolder("damaged");
+    int index = 0;
+    for (const auto &[contents, reason] : cases) {
+        SCOPED_TRACE(contents);
+        const fs::path path = folder / ("settings" + std::to_string(index++) + ".json");
+        std::ofstream(path, std::ios::binary) << contents;
+        SettingsStore store(path.string());
+        const std::string warning = store.Load();
+        EXPECT_NE(warning.find(path.string()), std::string::npos) << warning;
+        EXPECT_NE(warning.find(reason), std::string::npos) << warning;
+        EXPECT_EQ(warning.find('\n'), std::string::npos);
+        EXPECT_EQ(Value(store, "Scale", true), -1);
+        store.Set("Scale", 8, true);
+        EXPECT_NO_THROW(store.Save());
+        EXPECT_EQ(ReadBytes(path), std::vector<uint8_t>(contents.begin(), contents.end()));
+    }
+}
+
+TEST(SettingsStore, MissingFileThenRunOnlyValuesShadowAndAreNotWritten) {
+    const fs::path path = FreshFolder("runonly") / "sub" / "settings.json";
+    SettingsStore first(path.string());
+    EXPECT_EQ(first.Load(), ""); // missing: defaults, no warning
+    unsigned kept = 7;
+    EXPECT_FALSE(first.Get("Scale", kept, true));
+    EXPECT_EQ(kept, 7u);
+    first.Set("Scale", 2, true);
+    first.Set("Format", 8, true);
+    first.Save(); // creates the folder
+    SettingsStore store(path.string());
+    ASSERT_EQ(store.Load(), "");
+    store.Set("Scale", 16, false);
+    store.Set("ULX", 5, false);
+    store.Set("Format", 24, true);
+    for (bool persist : {false, true}) {
+        SCOPED_TRACE(persist);
+        EXPECT_EQ(Value(store, "Scale", persist), 16);
+        EXPECT_EQ(Value(store, "ULX", persist), 5);
+        EXPECT_EQ(Value(store, "Format", persist), 24);
+        EXPECT_EQ(Value(store, "LRX", persist), -1);
+    }
+    store.Save();
+    SettingsStore next(path.string());
+    ASSERT_EQ(next.Load(), "");
+    EXPECT_EQ(Value(next, "Scale", true), 2);
+    EXPECT_EQ(Value(next, "ULX", true), -1);
+    EXPECT_EQ(Value(next, "Format", true), 24);
+    // A persisted value set later replaces the run's own.
+    store.Set("Scale", 32, true);
+    EXPECT_EQ(Value(store, "Scale", false), 32);
+}
+
+TEST(SettingsStore, ConcurrentSavesKeepEveryValue) {
+    const fs::path path = FreshFolder("concurrent") / "settings.json";
+    constexpr int kThreads = 6, kRounds = 15;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            for (int r = 0; r < kRounds; ++r) {
+                SettingsStore store(path.string());
+                ASSERT_EQ(store.Load(), "");
+                store.Set("v" + std::to_string(t) + "_" + std::to_string(r), t * 100 + r, true);
+                store.Save();
+            }
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    SettingsStore check(path.string());
+    ASSERT_EQ(check.Load(), "");
+    for (int t = 0; t < kThreads; ++t)
+        for (int r = 0; r < kRounds; ++r)
+            EXPECT_EQ(Value(check, "v" + std::to_string(t) + "_" + std::to_string(r), true),
+                      t * 100 + r);
+}
+
+TEST(ProgressLine, ShowsProportionRateAndTimeLeft) {
+    const std::string longText(200, 'x');
+    const struct {
+        const char *name;
+        std::string text;
+        double done, elapsed;
+        int columns;
+        std::vector<std::string> expected; // pieces the line must hold
+    } cases[] = {
+        {"quarter", "a", 0.25, 10, 100, {"a [#####...............]  25%", "2.5 %/s", "0:30 left"}},
+        {"too early to estimate", "t", 0.5, 0.1, 80, {" 50%", "-- %/s", "-- left"}},
+        {"nothing done yet", "t", 0.0, 5.0, 80, {"  0%", "-- left"}},
+        {"hours left", "t", 0.01, 100.0, 80, {"  1%", "0.0 %/s", "2:45:00 left"}},
+        {"done", "t", 1.0, 8.0, 80, {"[####################] 100%", "12.5 %/s", "0:00 left"}},
+        {"long text shortened", longText, 0.5, 4.0, 70, {"xxx... [", "12.5 %/s", "0:04 left"}},
+        {"narrow terminal", "Importing", 0.5, 3.0, 20, {}},
+        {"no terminal width", "Importing", 0.5, 3.0, 0, {}},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string line = ProgressLine(c.text, c.done, c.elapsed, c.columns);
+        EXPECT_LE(line.size(), static_cast<size_t>(c.columns)) << line;
+        for (const std::string &piece : c.expected)
+            EXPECT_NE(line.find(piece), std::string::npos)
+                << "'" << piece << "' in '" << line << "'";
     }
 }
 
@@ -209,9 +327,12 @@ gcs::WarpDef CentreWarp(double x0, double y0, double dxCol, double dxRow, double
     return warp;
 }
 
-gcs::GCSDef KnownSystem(int32_t code) {
+// A known system with `warp` tying pixels to it.
+gcs::GCSDef KnownSystem(int32_t code, const gcs::WarpDef &warp) {
     const gcs::CSList &list = gcs::GCSKnownSystemsList;
-    return *list.GetSystem(list.FindByPOSCNumber(code));
+    gcs::GCSDef system = *list.GetSystem(list.FindByPOSCNumber(code));
+    system.SetWarp(&warp);
+    return system;
 }
 
 // What gdalinfo reports for the written georeferencing: code or parameters, and the
@@ -223,19 +344,17 @@ TEST(TiffWriter, GdalReadsTheGeoreferencing) {
     const gcs::WarpDef rotated = CentreWarp(1000, 2000, 2, 1, 1, -2, 40, 30);
     const std::array<double, 6> northUpCorners = {500000, 10, 0, 5000000, 0, -10};
     const std::array<double, 6> rotatedCorners = {1000 - 1.5, 2, 1, 2000 + 0.5, 1, -2};
-    gcs::GCSDef geographic = KnownSystem(4326);
-    geographic.SetWarp(&rotated);
+    const gcs::GCSDef geographic = KnownSystem(4326, rotated);
     // A user-defined Lambert conic: its own first parallel and false easting.
-    gcs::GCSDef lambert = KnownSystem(2154);
+    gcs::GCSDef lambert = KnownSystem(2154, northUp);
     gcs::ProjectionDef lambertProjection = *lambert.GetProjection();
     lambertProjection.SetParameter(gcs::ProjectionParameterID::Lat1, 45.5);
     lambertProjection.SetParameter(gcs::ProjectionParameterID::XOrg, 600000);
     lambert.SetProjection(&lambertProjection);
     lambert.SetPOSC(0);
     lambert.SetName(L"Lambert conic, own parallels");
-    lambert.SetWarp(&northUp);
     // A southern UTM zone in feet, given by its zone alone.
-    gcs::GCSDef utm = KnownSystem(32633);
+    gcs::GCSDef utm = KnownSystem(32633, northUp);
     const gcs::ProjectionDef utmProjection({.method = gcs::ProjectionMethod::UTM,
                                             .linearScale = feet,
                                             .lon0 = 15,
@@ -243,7 +362,6 @@ TEST(TiffWriter, GdalReadsTheGeoreferencing) {
                                             .ellipsoid = utm.GetProjection()->GetEllipsoid()});
     utm.SetProjection(&utmProjection);
     utm.SetPOSC(0);
-    utm.SetWarp(&northUp);
     gcs::UCSDef warpOnly;
     warpOnly.SetWarp(&rotated);
     // clang-format off
@@ -264,9 +382,8 @@ TEST(TiffWriter, GdalReadsTheGeoreferencing) {
         {nullptr, {}, -1, {}},
     }; // clang-format on
     const fs::path folder = FreshFolder("georef");
-    int index = 0;
     for (const auto &c : cases) {
-        const fs::path path = folder / ("g" + std::to_string(index++) + ".tif");
+        const fs::path path = folder / ("g" + std::to_string(&c - cases) + ".tif");
         SCOPED_TRACE(path);
         OutputGeoreference georef;
         if (c.system)
