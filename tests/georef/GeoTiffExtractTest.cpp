@@ -75,6 +75,7 @@ TEST(GeoKeyBundle, SortedAsAddedOneByOneOrInABatch) {
     EXPECT_EQ(one.FindKey(2048), GeoKeyBundle::kNotFound);
     EXPECT_EQ(Entries(batch), Entries(one));
     EXPECT_EQ(batch.TextStore(), one.TextStore());
+    EXPECT_EQ(one.Doubles(), (std::vector<double>{6378137.0, 1.0}));
     EXPECT_EQ(batch.Doubles(), one.Doubles());
 }
 
