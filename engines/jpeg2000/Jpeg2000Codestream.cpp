@@ -25,6 +25,9 @@ constexpr uint64_t kMaxCodeBlocksPerTile = 1u << 21; // the codec keeps 300-450 
 // Real images code about a byte per code-block or more; a codestream with fewer bits than
 // blocks describes mostly nothing, so beyond this floor its blocks are bounded by its size.
 constexpr uint64_t kCodeBlocksAnySize = 1u << 18;
+// Every packet (one a layer, resolution, component and precinct) takes a byte or more, and the
+// codec walks each one, present or not; beyond this floor they are bounded the same way.
+constexpr uint64_t kPacketsAnySize = 1u << 18;
 constexpr int kMaxMarkers = 65536;
 
 uint32_t CeilDiv(uint32_t a, uint32_t b) {
@@ -87,10 +90,12 @@ bool ParseCoding(const std::vector<uint8_t> &s, bool perComponent, CodestreamHea
                    false;
     } else {
         at = 1 + 4; // Scod, progression order, layers, colour transform
+        if (s.size() >= 4)
+            h.layers = std::max<uint32_t>(1, BigEndian16(s.data() + 2));
     }
     if (s.size() < at + 5)
         return error = "coding style marker too short", false;
-    ComponentCoding coding{s[at], s[at + 1] + 2u, s[at + 2] + 2u};
+    ComponentCoding coding{s[at], s[at + 1] + 2u, s[at + 2] + 2u, {}};
     if (coding.levels > 32 || coding.blockWidthLog2 > 10 || coding.blockHeightLog2 > 10 ||
         coding.blockWidthLog2 + coding.blockHeightLog2 > 12)
         return error = "coding style with " + std::to_string(coding.levels) +
@@ -101,6 +106,7 @@ bool ParseCoding(const std::vector<uint8_t> &s, bool perComponent, CodestreamHea
             return error = "coding style marker shorter than its precinct sizes", false;
         for (uint32_t r = 0; r <= coding.levels; ++r) {
             const uint8_t p = s[at + 5 + r];
+            coding.precincts.push_back(p);
             // A sub-band's code-blocks fit in half a precinct (the lowest resolution: a whole).
             const uint32_t cut = r == 0 ? 0 : 1;
             coding.blockWidthLog2 =
@@ -130,6 +136,19 @@ uint64_t CodeBlocks(const ComponentCoding &c, uint64_t w, uint64_t h) {
     uint64_t total = blocks(shrink(w, c.levels), shrink(h, c.levels));
     for (uint32_t d = 1; d <= c.levels; ++d)
         total += 3 * blocks(shrink(w, d), shrink(h, d));
+    return total;
+}
+
+// Packets of one component of a w × h tile in one layer: its precincts over all resolutions.
+uint64_t Packets(const ComponentCoding &c, uint64_t w, uint64_t h) {
+    const auto shrink = [](uint64_t v, uint32_t d) { return (v + (uint64_t{1} << d) - 1) >> d; };
+    uint64_t total = 0;
+    for (uint32_t r = 0; r <= c.levels; ++r) {
+        const uint8_t p = r < c.precincts.size() ? c.precincts[r] : 0xFF;
+        const uint32_t d = c.levels - r;
+        total += shrink(shrink(w, d), std::min(p & 0xF, 15)) *
+                 shrink(shrink(h, d), std::min(p >> 4, 15));
+    }
     return total;
 }
 
@@ -216,6 +235,16 @@ bool CheckCodestreamLimits(const CodestreamHeader &h, uint64_t codestreamLength,
         return error = "tiles of " + std::to_string(tileW) + " x " + std::to_string(tileH) +
                        " pixels have " + std::to_string(blocks) +
                        " code-blocks, more than a codestream of " +
+                       std::to_string(codestreamLength) + " bytes can hold",
+               false;
+    uint64_t packets = 0;
+    for (const ComponentCoding &c : h.coding)
+        packets += Packets(c, tileW, tileH);
+    packets *= h.layers;
+    if (packets > kPacketsAnySize && packets > codestreamLength)
+        return error = "tiles of " + std::to_string(tileW) + " x " + std::to_string(tileH) +
+                       " pixels in " + std::to_string(h.layers) + " layers have " +
+                       std::to_string(packets) + " packets, more than a codestream of " +
                        std::to_string(codestreamLength) + " bytes can hold",
                false;
     return true;

@@ -21,6 +21,9 @@ struct CodestreamComponent {
 struct ComponentCoding {
     uint32_t levels = 0;
     uint32_t blockWidthLog2 = 0, blockHeightLog2 = 0;
+    // Precinct size exponents per resolution, lowest first: width in the low nibble, height in
+    // the high one; none given means one precinct per resolution.
+    std::vector<uint8_t> precincts;
 };
 
 struct CodestreamHeader {
@@ -28,6 +31,7 @@ struct CodestreamHeader {
     uint32_t tileX0 = 0, tileY0 = 0, tileWidth = 0, tileHeight = 0;
     std::vector<CodestreamComponent> components;
     std::vector<ComponentCoding> coding; // per component, from COD and COC
+    uint32_t layers = 1;                 // quality layers, from COD
     uint32_t levels = 0;                 // fewest decomposition levels of any component
 
     uint32_t width() const { return x1 - x0; }

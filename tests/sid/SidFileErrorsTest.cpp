@@ -58,7 +58,8 @@ void Put32(std::string &s, uint32_t v) {
 
 // A main header (SOC, SIZ, COD, QCD) and an empty tile-part, as the standard lays them out: a
 // square image of square tiles.
-std::string Codestream(uint32_t size, uint32_t tile, uint16_t components = 1) {
+std::string Codestream(uint32_t size, uint32_t tile, uint16_t components = 1,
+                       uint16_t layers = 1) {
     std::string s;
     Put16(s, 0xFF4F);
     Put16(s, 0xFF51);
@@ -69,9 +70,11 @@ std::string Codestream(uint32_t size, uint32_t tile, uint16_t components = 1) {
     Put16(s, components);
     for (uint16_t c = 0; c < components; ++c)
         s += std::string("\x07\x01\x01", 3); // 8 bits, not subsampled
-    Put16(s, 0xFF52);                        // two levels, code-blocks of 64 x 64
+    Put16(s, 0xFF52); // two levels, code-blocks of 64 x 64
     Put16(s, 12);
-    s += std::string("\0\0\0\x01\0\x02\x04\x04\0\x01", 10);
+    s += std::string("\0\0", 2);
+    Put16(s, layers);
+    s += std::string("\0\x02\x04\x04\0\x01", 6);
     Put16(s, 0xFF5C); // no quantization: one exponent per sub-band
     Put16(s, 3 + 3 * 2 + 1);
     s += std::string(3 * 2 + 2, '\x40');
@@ -149,6 +152,7 @@ TEST(SidFileErrors, OpenFailuresNameThePathAndTheReason) {
         {"tiles_past_end.j2k", Codestream(4096, 64), "...4096 tiles, more than a codestream of"},
         {"blocks_past_end.j2k", Codestream(40000, 40000), "...code-blocks, more than a codestream"},
         {"tile_components.j2k", Codestream(4096, 32, 16), "...tiles of 16 components are too many"},
+        {"many_layers.j2k", Codestream(64, 64, 4, 0xFFFF), "...packets, more than a codestream"},
         {"cut_header.j2k", good.substr(0, 30), "...runs past the codestream"},
 #endif
     };
